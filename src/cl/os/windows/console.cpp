@@ -1,0 +1,65 @@
+#include "cl/os/console.hpp"
+
+#include <algorithm>
+#include <cstdio>
+#include <windows.h>
+
+namespace cl::os {
+
+namespace {
+
+HANDLE native(stream_handle handle) {
+    return reinterpret_cast<HANDLE>(handle);
+}
+
+// Older consoles refuse a single write of more than about 64 KiB.
+constexpr std::size_t console_piece_chars = 8192;
+
+} // namespace
+
+stream_handle standard_handle(std_stream stream) {
+    const DWORD id = stream == std_stream::in    ? STD_INPUT_HANDLE
+                     : stream == std_stream::out ? STD_OUTPUT_HANDLE
+                                                 : STD_ERROR_HANDLE;
+    return reinterpret_cast<stream_handle>(GetStdHandle(id));
+}
+
+bool is_char_device(stream_handle handle) {
+    return GetFileType(native(handle)) == FILE_TYPE_CHAR;
+}
+
+bool read_screen_info(stream_handle handle, screen_info& info) {
+    CONSOLE_SCREEN_BUFFER_INFO i;
+    if (!GetConsoleScreenBufferInfo(native(handle), &i))
+        return false;
+    info = {i.srWindow.Left, i.srWindow.Top, i.dwCursorPosition.X, i.dwCursorPosition.Y, i.wAttributes};
+    return true;
+}
+
+bool set_cursor(stream_handle handle, std::int16_t x, std::int16_t y) {
+    return SetConsoleCursorPosition(native(handle), COORD{x, y}) != 0;
+}
+
+bool write_console(stream_handle handle, const wchar_t* text, std::size_t n) {
+    while (n > 0) {
+        DWORD written = 0;
+        const auto piece = static_cast<DWORD>(std::min(n, console_piece_chars));
+        if (!WriteConsoleW(native(handle), text, piece, &written, nullptr) || written == 0)
+            return false;
+        text += written;
+        n -= written;
+    }
+    return true;
+}
+
+void put_stream(std_stream stream, const char* text) {
+    std::FILE* const file = stream == std_stream::err ? stderr : stdout;
+    std::fputs(text, file);
+    std::fflush(file);
+}
+
+const wchar_t* raw_command_line() {
+    return GetCommandLineW();
+}
+
+} // namespace cl::os

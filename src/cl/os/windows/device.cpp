@@ -1,0 +1,42 @@
+#include "cl/os/device.hpp"
+
+#include <windows.h>
+
+namespace cl::os {
+
+device_handle open_device(const wchar_t* path) {
+    return reinterpret_cast<device_handle>(
+        CreateFileW(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                    OPEN_EXISTING, FILE_FLAG_OVERLAPPED | FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+void close_device(device_handle device) {
+    CloseHandle(reinterpret_cast<HANDLE>(device));
+}
+
+std::uint32_t control_device(device_handle device, std::uint32_t code, const void* in, std::uint32_t in_size,
+                             void* out, std::uint32_t out_size, std::uint32_t& returned) {
+    const HANDLE handle = reinterpret_cast<HANDLE>(device);
+    OVERLAPPED overlapped{};
+    // A failed creation leaves no event; the request then runs without one.
+    overlapped.hEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+
+    DWORD count = returned;
+    BOOL ok =
+        DeviceIoControl(handle, code, const_cast<void*>(in), in_size, out, out_size, nullptr, &overlapped);
+    if (ok == 1) {
+        ok = GetOverlappedResult(handle, &overlapped, &count, FALSE);
+    } else {
+        ok = FALSE;
+        if (GetLastError() == ERROR_IO_PENDING &&
+            WaitForSingleObject(overlapped.hEvent, INFINITE) == WAIT_OBJECT_0)
+            ok = GetOverlappedResult(handle, &overlapped, &count, FALSE);
+    }
+    const DWORD error = ok ? 0 : GetLastError();
+    returned = count;
+    if (overlapped.hEvent)
+        CloseHandle(overlapped.hEvent);
+    return error;
+}
+
+} // namespace cl::os
