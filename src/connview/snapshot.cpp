@@ -1,0 +1,276 @@
+#include "connview/snapshot.hpp"
+
+#include "driver/channel/protocol.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstring>
+
+namespace vfl {
+
+namespace {
+
+// The block's integers are copied out as they stand.
+static_assert(std::endian::native == std::endian::little);
+
+template <class T>
+T load(const std::uint8_t* p) {
+    T value;
+    std::memcpy(&value, p, sizeof value);
+    return value;
+}
+
+// A text in the block.
+struct text_ref {
+    const std::uint8_t* bytes;
+    std::size_t length; // in bytes
+    [[nodiscard]] std::size_t units() const { return length / 2; }
+};
+
+using text_pool = std::vector<const std::uint8_t*>;
+
+text_ref text_at(const text_pool& pool, std::uint32_t index) {
+    if (index >= pool.size())
+        return {nullptr, 0};
+    return {pool[index] + 4, load<std::uint32_t>(pool[index])};
+}
+
+std::uint16_t unit_at(text_ref t, std::size_t i) {
+    return load<std::uint16_t>(t.bytes + i * 2);
+}
+
+bool same(const std::string& s, text_ref t) {
+    return s.size() == t.length && (t.length == 0 || std::memcmp(s.data(), t.bytes, t.length) == 0);
+}
+
+bool same(const std::wstring& s, text_ref t) {
+    if (s.size() != t.units())
+        return false;
+    // Without an early exit the loop runs on several units at once.
+    std::uint32_t difference = 0;
+    for (std::size_t i = 0; i < s.size(); ++i)
+        difference |= static_cast<std::uint32_t>(s[i]) ^ unit_at(t, i);
+    return difference == 0;
+}
+
+// Texts seldom change between two blocks: comparing first leaves them and their memory alone.
+void update(std::string& s, text_ref t) {
+    if (!same(s, t))
+        s.assign(reinterpret_cast<const char*>(t.bytes), t.length);
+}
+
+void update(std::wstring& s, text_ref t) {
+    if (same(s, t))
+        return;
+    s.resize(t.units());
+    for (std::size_t i = 0; i < s.size(); ++i)
+        s[i] = static_cast<wchar_t>(unit_at(t, i));
+}
+
+void clear_rates(connection_entry& e) {
+    e.tx_cps = e.rx_cps = 0;
+    e.tx_percent = e.rx_percent = -1.0f;
+}
+
+// A multiplication that loses the rate's top 20 bits, as every reader of the block does.
+std::uint64_t scaled(std::uint64_t rate, std::uint32_t scale) {
+    return scale ? (rate << 20) / scale : 0;
+}
+
+bool is_snapshot(const vfl_snapshot_header& header) {
+    return header.magic == VFL_SNAPSHOT_MAGIC && header.version == VFL_SNAPSHOT_VERSION;
+}
+
+} // namespace
+
+class snapshot_reader {
+public:
+    snapshot_reader(connection_map& map, std::string_view block)
+        : map_(map), bytes_(reinterpret_cast<const std::uint8_t*>(block.data())),
+          size_(static_cast<std::int64_t>(block.size())) {}
+
+    // Checks the block and finds its texts: the size of its parts, or the negative result of apply_snapshot.
+    std::int64_t parse() {
+        constexpr auto header_size = static_cast<std::int64_t>(sizeof header_);
+        if (size_ < header_size)
+            return -1;
+        header_ = load<vfl_snapshot_header>(bytes_);
+        if (!is_snapshot(header_))
+            return -2;
+        const std::int64_t records_size =
+            static_cast<std::int64_t>(header_.record_count) * std::int64_t{sizeof(vfl_connection_record)};
+        const std::int64_t left = size_ - header_size - records_size;
+        if (left < 0)
+            return -1;
+        const std::int64_t narrow_start = header_size + records_size;
+        const std::int64_t wide_start = walk(narrow_start, left, header_.narrow_count, map_.narrow_pool_);
+        if (wide_start < 0)
+            return -1;
+        return walk(wide_start, left - (wide_start - narrow_start), header_.wide_count, map_.wide_pool_);
+    }
+
+    // Marks or erases the entries that the block doesn't name.
+    void reconcile(bool remove_closed) {
+        const std::uint32_t mark = ++map_.blocks_;
+        std::size_t named = 0;
+        for (std::uint32_t i = 0; i < header_.record_count; ++i) {
+            const auto id = load<std::uint64_t>(record_at(i) + offsetof(vfl_connection_record, id));
+            if (connection_map::slot* s = map_.search(id); s && s->seen != mark) {
+                s->seen = mark;
+                ++named;
+            }
+        }
+        if (named == map_.size())
+            return;
+        for (const connection_map::link& l : map_.order_) {
+            if (l.at->seen == mark)
+                continue;
+            if (remove_closed) {
+                map_.erase(*l.at);
+            } else {
+                l.at->entry.closed = true;
+                clear_rates(l.at->entry);
+            }
+        }
+    }
+
+    void apply_records(bool remove_closed, const connection_filter* filter) {
+        for (std::uint32_t i = 0; i < header_.record_count; ++i) {
+            const auto record = load<vfl_connection_record>(record_at(i));
+            if (filter && !passes(*filter, record))
+                continue;
+            const bool is_closed = (record.state & VFL_STATE_CLOSED) != 0;
+            connection_map::slot* s = map_.search(record.id);
+            if (is_closed && remove_closed) {
+                if (s)
+                    map_.erase(*s);
+                continue;
+            }
+            if (!s) {
+                // It ended before it was seen, and never shows up.
+                if (is_closed)
+                    continue;
+                s = &create(record);
+            }
+            update_entry(s->entry, record, is_closed);
+        }
+    }
+
+    void settle() { map_.settle(); }
+
+    [[nodiscard]] bool is_partial() const { return (header_.clock_and_flags & VFL_SNAPSHOT_PARTIAL) != 0; }
+
+private:
+    // Walks the `count` texts of the pool at `start`. `left` is what the block has for them, less the padding
+    // of the texts before this pool. Returns the end of the pool, padding included, or -1.
+    std::int64_t walk(std::int64_t start, std::int64_t left, std::uint32_t count, text_pool& pool) const {
+        pool.clear();
+        if (count == 0)
+            return start;
+        // Refuses counts that can't fit before memory is taken for them.
+        if (left / 4 < count)
+            return -1;
+        pool.reserve(count);
+        std::int64_t at = start;
+        for (; count > 0; --count) {
+            // Padding isn't taken off `left`, so the position is checked as well.
+            if (left < 4 || size_ - at < 4)
+                return -1;
+            const std::int64_t length = load<std::uint32_t>(bytes_ + at);
+            left -= 4 + length;
+            if (left < 0 || size_ - at - 4 < length)
+                return -1;
+            pool.push_back(bytes_ + at);
+            at += 4 + (length + 3) / 4 * 4;
+        }
+        return at;
+    }
+
+    [[nodiscard]] const std::uint8_t* record_at(std::uint32_t i) const {
+        return bytes_ + sizeof(vfl_snapshot_header) + std::size_t{i} * sizeof(vfl_connection_record);
+    }
+
+    [[nodiscard]] bool passes(const connection_filter& filter, const vfl_connection_record& record) const {
+        const auto l7 = static_cast<std::uint8_t>(record.protocol & ~VFL_PROTOCOL_TCP);
+        return (filter.id == 0 || filter.id == record.id) &&
+               (filter.l7_protocol == 255 || filter.l7_protocol == l7) &&
+               (filter.program.empty() || same(filter.program, text_at(map_.wide_pool_, record.program)));
+    }
+
+    connection_map::slot& create(const vfl_connection_record& record) {
+        connection_map::slot& s = map_.create(record.id);
+        connection_entry& e = s.entry;
+        std::copy_n(record.remote_address, e.remote_address.size(), e.remote_address.begin());
+        std::copy_n(record.local_address, e.local_address.size(), e.local_address.begin());
+        e.remote_port = record.remote_port;
+        e.local_port = record.local_port;
+        e.is_tcp = (record.protocol & VFL_PROTOCOL_TCP) != 0;
+        e.started = static_cast<std::int64_t>((header_.clock_and_flags >> 1) -
+                                              (header_.driver_time - record.start_time) / 1000);
+        s.seen = map_.blocks_;
+        if (const std::size_t length = map_.first()->entry.history_1.size(); length > 0) {
+            e.history_1.resize(length, -1.0f);
+            e.history_2.resize(length, -1.0f);
+        }
+        return s;
+    }
+
+    void update_entry(connection_entry& e, const vfl_connection_record& record, bool is_closed) const {
+        e.l7_protocol = static_cast<std::uint8_t>(record.protocol & ~VFL_PROTOCOL_TCP);
+        e.tx_bytes = record.tx_bytes;
+        e.rx_bytes = record.rx_bytes;
+        e.closed = is_closed;
+        if (is_closed) {
+            clear_rates(e);
+        } else {
+            e.rx_cps = scaled(record.rx_rate, header_.rate_scale);
+            e.tx_cps = scaled(record.tx_rate, header_.rate_scale);
+            // A line rate of 0 gives infinity, or NaN for 0 / 0.
+            e.rx_percent = static_cast<float>(e.rx_cps) * 100.0f / static_cast<float>(header_.rx_line_rate);
+            e.tx_percent = static_cast<float>(e.tx_cps) * 100.0f / static_cast<float>(header_.tx_line_rate);
+        }
+        e.rx_line_rate = header_.rx_line_rate;
+        e.tx_line_rate = header_.tx_line_rate;
+        e.rtt = record.rtt;
+        e.header_word = header_.header_word;
+        update(e.program, text_at(map_.wide_pool_, record.program));
+        update(e.data, text_at(map_.narrow_pool_, record.data));
+        update(e.class_now, text_at(map_.wide_pool_, record.class_now));
+        update(e.class_other, text_at(map_.wide_pool_, record.class_other));
+        update(e.hostname, text_at(map_.narrow_pool_, record.hostname));
+    }
+
+    connection_map& map_;
+    const std::uint8_t* bytes_;
+    std::int64_t size_;
+    vfl_snapshot_header header_{};
+};
+
+std::int64_t apply_snapshot(connection_map& map, std::string_view block, bool remove_closed,
+                            const connection_filter* filter) {
+    snapshot_reader reader(map, block);
+    const std::int64_t size = reader.parse();
+    if (size < 0)
+        return size;
+    if (!reader.is_partial())
+        reader.reconcile(remove_closed);
+    reader.apply_records(remove_closed, filter);
+    reader.settle();
+    return size;
+}
+
+bool put_snapshot_time(std::string& block, std::int64_t now) {
+    if (block.size() < sizeof(vfl_snapshot_header))
+        return false;
+    vfl_snapshot_header header;
+    std::memcpy(&header, block.data(), sizeof header);
+    if (!is_snapshot(header))
+        return false;
+    header.clock_and_flags =
+        (header.clock_and_flags & VFL_SNAPSHOT_PARTIAL) | (static_cast<std::uint64_t>(now) << 1);
+    std::memcpy(block.data(), &header, sizeof header);
+    return true;
+}
+
+} // namespace vfl
