@@ -31,7 +31,7 @@ std::size_t from_utf16(std::uint32_t cp, const wchar_t* src, std::size_t n, char
 }
 
 void ansi_to_oem(const char* src, char* dst) {
-    CharToOemBuffA(src, dst, lstrlenA(src) + 1);
+    CharToOemBuffA(src, dst, static_cast<DWORD>(lstrlenA(src)) + 1);
 }
 
 } // namespace cl::os

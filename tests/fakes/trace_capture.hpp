@@ -1,0 +1,36 @@
+// Catches what is said on the trace lists while it lives. Wide text arrives as UTF-8.
+#pragma once
+
+#include "cl/trace/list/trace_list.hpp"
+
+#include <string>
+
+namespace fakes {
+
+struct recording_trace final : cl::trace_base {
+    std::string text;
+    int flushes = 0;
+
+    using trace_base::write;
+    void write(const char* t, bool) override { text += t; }
+    void flush(bool) override { ++flushes; }
+};
+
+struct trace_capture {
+    recording_trace out, err, log;
+
+    trace_capture() {
+        cl::trace_add(&cl::trace_out, &out);
+        cl::trace_add(&cl::trace_err, &err);
+        cl::trace_add(&cl::trace_log, &log);
+    }
+    ~trace_capture() {
+        cl::trace_remove(&cl::trace_out, &out);
+        cl::trace_remove(&cl::trace_err, &err);
+        cl::trace_remove(&cl::trace_log, &log);
+    }
+    trace_capture(const trace_capture&) = delete;
+    trace_capture& operator=(const trace_capture&) = delete;
+};
+
+} // namespace fakes
