@@ -1,0 +1,110 @@
+#include "connview/text_table.hpp"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+namespace {
+
+using vfl::text_table;
+
+// One row for each line of `cells`, a cell for each word; '-' is an empty cell. An empty line is an empty
+// row.
+void fill(text_table& t, const std::wstring& cells) {
+    std::wstring cell;
+    for (const wchar_t c : cells) {
+        if (c != L' ' && c != L'\n') {
+            cell += c;
+            continue;
+        }
+        if (!cell.empty())
+            t.append_cell(cell == L"-" ? std::wstring() : cell);
+        cell.clear();
+        if (c == L'\n')
+            t.end_row();
+    }
+}
+
+TEST(TextTable, Render) {
+    using set_up = std::function<void(text_table&)>;
+    const auto right_first = [](text_table& t) { t.set_alignment(0, 'r'); };
+    const struct {
+        const char* name;
+        const wchar_t* cells;
+        set_up change;
+        const wchar_t* want;
+    } rows[] = {
+        {"nothing", L"", {}, L""},
+        {"no blanks at the end of a line", L"a b\nxx -\n", {}, L"a  b\nxx\n"},
+        {"right", L"id\n7\n", right_first, L"id\n 7\n"},
+        {"right before left", L"id name\n7 x\n", right_first, L"id name\n 7 x\n"},
+        {"empty cell in the middle", L"a bbb c\na - c\n- - c\n", {}, L"a bbb c\na     c\n      c\n"},
+        {"right behind an empty cell", L"aa b\n- cccc\n", [](text_table& t) { t.set_alignment(1, 'r'); },
+         L"aa    b\n   cccc\n"},
+        {"right, empty, then left", L"10 a\n- b\n", right_first, L"10 a\n   b\n"},
+        {"short and empty rows", L"a b c\n\nx\n", {}, L"a b c\n\nx\n"},
+        {"only empty cells", L"- -\n", {}, L"\n"},
+        {"row not ended", L"a\nb ", {}, L"a\nb\n"},
+        {"spacing", L"a b c d\n",
+         [](text_table& t) {
+             t.spacing = {0, 3, -1};
+             t.default_spacing = 2;
+         },
+         L"ab   c  d\n"},
+        {"defaults", L"aa b\nc dd\n",
+         [](text_table& t) {
+             t.default_alignment = 'r';
+             t.set_alignment(1, 'l');
+             t.default_spacing = 0;
+         },
+         L"aab\n cdd\n"},
+        {"unknown alignment is left", L"aa b\nc d\n", [](text_table& t) { t.set_alignment(0, 'x'); },
+         L"aa b\nc  d\n"},
+        {"prefix and suffix", L"a\n\nb\n",
+         [](text_table& t) {
+             t.line_prefix = L"> ";
+             t.line_suffix = L" <\r\n";
+         },
+         L"> a <\r\n>  <\r\n> b <\r\n"},
+        {"widths in code units", L"\xD83D\xDE00 b\nx y\n", {}, L"\xD83D\xDE00 b\nx  y\n"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        text_table t;
+        fill(t, row.cells);
+        if (row.change)
+            row.change(t);
+        std::wstring out = L"old";
+        EXPECT_EQ(&t.render(out), &out);
+        EXPECT_TRUE(out == row.want) << testing::PrintToString(out);
+        t.render(out);
+        EXPECT_TRUE(out == row.want) << "the second time";
+    }
+}
+
+TEST(TextTable, RowsAndAlignment) {
+    text_table t;
+    t.set_alignment(text_table::last_column, 'r'); // between two rows: column 0
+    EXPECT_EQ(t.alignment, (std::vector<std::uint8_t>{'r'}));
+    t.append_cell("a");
+    t.append_cell("\x80"); // the euro sign of windows-1252
+    t.append_cell(L"\x263A");
+    t.set_alignment(text_table::last_column, 'l');
+    EXPECT_EQ(t.alignment, (std::vector<std::uint8_t>{'r', 'd', 'l'}));
+    EXPECT_FALSE(t.row_closed);
+    t.end_row();
+    EXPECT_TRUE(t.row_closed);
+    t.end_row();
+    t.append_cell("b");
+    ASSERT_EQ(t.rows.size(), 3u);
+    EXPECT_EQ(t.rows[0], (std::vector<std::wstring>{L"a", L"\x20AC", L"\x263A"}));
+    EXPECT_TRUE(t.rows[1].empty());
+    t.set_alignment(5, 'r');
+    EXPECT_EQ(t.alignment.size(), 6u);
+    std::wstring out;
+    t.render(out);
+    EXPECT_EQ(t.spacing, (std::vector<std::int32_t>{-1, -1, -1}));
+    EXPECT_EQ(t.alignment.size(), 6u);
+}
+
+} // namespace
