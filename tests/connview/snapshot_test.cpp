@@ -42,7 +42,7 @@ snapshot_builder two_records() {
     return b;
 }
 
-TEST(Snapshot, RejectedBlockChangesNothing) {
+TEST(snapshot, rejected_block_changes_nothing) {
     using edit = std::function<void(snapshot_builder&)>;
     constexpr std::uint32_t huge = 0xFFFFFFFF;
     const struct {
@@ -109,7 +109,7 @@ TEST(Snapshot, RejectedBlockChangesNothing) {
     }
 }
 
-TEST(Snapshot, ReturnsTheSizeOfTheParts) {
+TEST(snapshot, returns_the_size_of_the_parts) {
     connection_map map;
     EXPECT_EQ(fold(map, snapshot_builder().build()), 64);
     EXPECT_EQ(fold(map, two_records().build()), 64 + 224 + 12 + 12);
@@ -125,7 +125,7 @@ TEST(Snapshot, ReturnsTheSizeOfTheParts) {
     EXPECT_EQ(fold(map, block), 64 + 12);
 }
 
-TEST(Snapshot, DecodesEveryField) {
+TEST(snapshot, decodes_every_field) {
     snapshot_builder b;
     b.header.header_word = 0xCAFEBABE;
     b.header.rate_scale = 1u << 19;
@@ -191,7 +191,7 @@ TEST(Snapshot, DecodesEveryField) {
     EXPECT_EQ(map.find(0xFEDCBA9876543210), &*map.begin());
 }
 
-TEST(Snapshot, UpdateKeepsWhatWasSetAtCreation) {
+TEST(snapshot, update_keeps_what_was_set_at_creation) {
     connection_map map;
     snapshot_builder b;
     vfl_connection_record& first = b.add(5);
@@ -230,7 +230,7 @@ TEST(Snapshot, UpdateKeepsWhatWasSetAtCreation) {
     EXPECT_EQ(&*map.begin(), at);
 }
 
-TEST(Snapshot, OpensClosesAndErases) {
+TEST(snapshot, opens_closes_and_erases) {
     struct block {
         bool partial;
         std::vector<std::int64_t> records; // ids, negative: closed
@@ -282,7 +282,7 @@ TEST(Snapshot, OpensClosesAndErases) {
     }
 }
 
-TEST(Snapshot, FilterPicksRecordsButNotWhatIsMissing) {
+TEST(snapshot, filter_picks_records_but_not_what_is_missing) {
     const struct {
         const char* name;
         vfl::connection_filter filter;
@@ -317,7 +317,7 @@ TEST(Snapshot, FilterPicksRecordsButNotWhatIsMissing) {
     }
 }
 
-TEST(Snapshot, NewHistoriesAreAsLongAsTheFirstEntrys) {
+TEST(snapshot, new_histories_are_as_long_as_the_first_entrys) {
     connection_map map;
     snapshot_builder b;
     b.add(5);
@@ -338,7 +338,7 @@ TEST(Snapshot, NewHistoriesAreAsLongAsTheFirstEntrys) {
     EXPECT_EQ(map.find(5)->history_1, (std::vector<float>{1, 2, 3}));
 }
 
-TEST(Snapshot, WhatNoDriverShouldSendDoesNoHarm) {
+TEST(snapshot, what_no_driver_should_send_does_no_harm) {
     connection_map map;
     snapshot_builder b;
     b.header.rate_scale = 0;
@@ -364,7 +364,7 @@ TEST(Snapshot, WhatNoDriverShouldSendDoesNoHarm) {
     EXPECT_EQ(e.rx_cps, 0xFFFFFFFFFFF00000u);
 }
 
-TEST(Snapshot, PutsTheTimeIntoTheBlock) {
+TEST(snapshot, puts_the_time_into_the_block) {
     snapshot_builder b;
     for (const std::uint64_t flag : {0u, 1u}) {
         b.header.clock_and_flags = 0xAAAAAAAAAAAAAAAA | flag;
@@ -382,7 +382,7 @@ TEST(Snapshot, PutsTheTimeIntoTheBlock) {
 }
 
 // Random sequences of blocks, some of them damaged, against the straightforward decoder.
-TEST(Snapshot, AgreesWithTheStraightforwardDecoder) {
+TEST(snapshot, agrees_with_the_straightforward_decoder) {
     for (unsigned seed = 0; seed < 300; ++seed) {
         SCOPED_TRACE(seed);
         std::mt19937 random(seed);

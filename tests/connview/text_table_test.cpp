@@ -25,7 +25,7 @@ void fill(text_table& t, const std::wstring& cells) {
     }
 }
 
-TEST(TextTable, Render) {
+TEST(text_table, render) {
     using set_up = std::function<void(text_table&)>;
     const auto right_first = [](text_table& t) { t.set_alignment(0, 'r'); };
     const struct {
@@ -82,7 +82,7 @@ TEST(TextTable, Render) {
     }
 }
 
-TEST(TextTable, RowsAndAlignment) {
+TEST(text_table, rows_and_alignment) {
     text_table t;
     t.set_alignment(text_table::last_column, 'r'); // between two rows: column 0
     EXPECT_EQ(t.alignment, (std::vector<std::uint8_t>{'r'}));
