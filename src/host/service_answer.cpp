@@ -1,0 +1,75 @@
+#include "host/service_answer.hpp"
+
+#include "cl/format/format.hpp"
+
+namespace vfl {
+
+namespace {
+
+// Controls and events as Windows numbers them.
+constexpr std::uint32_t control_stop = 1, control_interrogate = 4, control_power_event = 13,
+                        control_session_change = 14;
+constexpr std::uint32_t power_suspend = 4, power_resume_automatic = 18;
+constexpr std::uint32_t session_console_connect = 1, session_unlock = 8;
+
+void answer_power_event(service_answer& answer, std::uint32_t event) {
+    answer.lines.push_back((cl::basic_format<char>("SERVICE_CONTROL_POWEREVENT %?\n") << event).str());
+    // A resume that a user caused (7) follows an automatic one and is deliberately not acted on.
+    if (event == power_resume_automatic)
+        answer.power = power_action::resume;
+    else if (event == power_suspend)
+        answer.power = power_action::suspend;
+}
+
+void answer_session_change(service_answer& answer, std::uint32_t event, std::uint32_t session_id) {
+    answer.lines.push_back(
+        (cl::basic_format<char>("srv: session change: %?\n") << session_event_text(event, 0)).str());
+    if (event == session_console_connect) {
+        answer.session = {1, session_id};
+        answer.lines.push_back((cl::basic_format<char>("srv: session id %?\n") << session_id).str());
+    } else if (event == session_unlock && answer.session.state == 1) {
+        answer.query_token = true;
+    } else {
+        answer.session.state = 0;
+    }
+}
+
+} // namespace
+
+service_answer answer_control(std::uint32_t control, std::uint32_t event_type, std::uint32_t session_id,
+                              const session_memory& session, std::uint32_t present_state) {
+    service_answer answer;
+    answer.session = session;
+    answer.state = present_state;
+    answer.lines.push_back((cl::basic_format<char>("srv: HandlerEx 0x%x\n") << control).str());
+    switch (control) {
+    case control_stop:
+        // The teardown runs in `main`, after the dispatcher has returned.
+        answer.state = service_stopped;
+        break;
+    case control_interrogate:
+        break;
+    case control_power_event:
+        answer_power_event(answer, event_type);
+        break;
+    case control_session_change:
+        answer_session_change(answer, event_type, session_id);
+        break;
+    default:
+        answer.lines.push_back((cl::basic_format<char>("unknown service control %?\n") << control).str());
+        answer.result = error_call_not_implemented;
+    }
+    return answer;
+}
+
+std::string session_event_text(std::int64_t event, std::int64_t extra) {
+    static constexpr const char* texts[] = {
+        "console connect", "console disconnect", "console remote connect", "console remote disconnect",
+        "session logon",   "session logoff",     "session lock",           "session unlock",
+    };
+    if (event >= 1 && event <= 8)
+        return texts[event - 1];
+    return (cl::basic_format<char>("unknown (%? %x)") << event << extra).str();
+}
+
+} // namespace vfl

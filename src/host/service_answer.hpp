@@ -1,0 +1,40 @@
+// What the service answers to a control of the Service Control Manager, as plain values: what to say, what to
+// do and what to report. What acts on it is in service.cpp.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace vfl {
+
+inline constexpr std::uint32_t service_stopped = 1, service_start_pending = 2, service_running = 4;
+inline constexpr std::uint32_t error_call_not_implemented = 120;
+
+// What the handler keeps from one control to the next.
+struct session_memory {
+    std::uint32_t state = 0; // 1 while a console connect waits for its unlock, else 0
+    std::uint32_t id = 0;    // session of the last console connect
+};
+
+enum class power_action { none, suspend, resume };
+
+struct service_answer {
+    std::vector<std::string> lines; // for trace_out, in order, ahead of everything else
+    power_action power = power_action::none;
+    // Whether to test if the user of session.id has logged on. If so, session.state becomes 0; if not, the
+    // error is told and the next unlock tries again.
+    bool query_token = false;
+    session_memory session;   // to keep
+    std::uint32_t state;      // to report
+    std::uint32_t result = 0; // for the Service Control Manager
+};
+
+// `session_id` is that of a session change's notification, and `present_state` the state reported last.
+service_answer answer_control(std::uint32_t control, std::uint32_t event_type, std::uint32_t session_id,
+                              const session_memory& session, std::uint32_t present_state);
+
+// A session event (WTS_...) in words; an unknown one with its number and `extra`.
+std::string session_event_text(std::int64_t event, std::int64_t extra);
+
+} // namespace vfl
