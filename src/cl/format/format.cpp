@@ -4,8 +4,8 @@
 #include "cl/os/text.hpp"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
-#include <limits>
 
 namespace cl {
 
@@ -18,15 +18,16 @@ bool is_null(const void* text) {
     return reinterpret_cast<std::uintptr_t>(text) < 4096;
 }
 
-constexpr std::uint64_t pow10_saturated(int exponent) {
-    std::uint64_t power = 1;
-    for (; exponent > 0; --exponent) {
-        if (power > std::numeric_limits<std::uint64_t>::max() / 10)
-            return std::numeric_limits<std::uint64_t>::max();
-        power *= 10;
-    }
-    return power;
-}
+// The most digits that an integer can have.
+constexpr int max_digits = 20;
+
+// Powers of ten as far as 64 bits hold them.
+constexpr std::array<std::uint64_t, max_digits> powers_of_10 = [] {
+    std::array<std::uint64_t, max_digits> t{1};
+    for (std::size_t i = 1; i < t.size(); ++i)
+        t[i] = t[i - 1] * 10;
+    return t;
+}();
 
 template <class Ch>
 bool is_digit(Ch c) {
@@ -274,8 +275,8 @@ void format_base<Ch>::number(std::int64_t signed_form, std::uint64_t unsigned_fo
             negative ? 0 - static_cast<std::uint64_t>(signed_form) : static_cast<std::uint64_t>(signed_form);
 
     // With '~' a fixed-point number gives up decimal places that its integer part makes needless.
-    if (info.base == 10 && (flags & fixed) && sig_digits > 0 && precision > 0) {
-        const std::uint64_t limit = pow10_saturated(sig_digits);
+    if (info.base == 10 && (flags & fixed) && sig_digits > 0 && sig_digits < max_digits) {
+        const std::uint64_t limit = powers_of_10[static_cast<std::size_t>(sig_digits)];
         std::uint64_t div = 1;
         while (precision > 0 && value / div >= limit) {
             div *= 10;

@@ -1,0 +1,177 @@
+// A naive model of how an integer prints under a directive: digit strings and insertions into them, one stage
+// after the other.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+
+struct directive {
+    std::string flags; // of " #'+,-0"
+    int width = 0;
+    int precision = -1; // -1 = not given
+    int sig_digits = -1;
+    char letter = '?';
+
+    bool has(char flag) const { return flags.find(flag) != std::string::npos; }
+
+    // The directive's text; with `stars` its numbers are left to arguments.
+    std::string text(bool stars) const {
+        std::string t = "%" + flags;
+        if (width > 0)
+            t += stars ? "*" : std::to_string(width);
+        if (precision >= 0)
+            t += "." + (stars ? "*" : std::to_string(precision));
+        if (sig_digits >= 0)
+            t += "~" + (stars ? "*" : std::to_string(sig_digits));
+        return t + letter;
+    }
+};
+
+// `value` is sign-extended to 64 bits; `bits` and `is_signed` describe its type.
+class format_model {
+public:
+    format_model(const directive& d, std::uint64_t value, int bits, bool is_signed)
+        : d_(d), value_(value), bits_(bits), is_signed_(is_signed), precision_(d.precision) {}
+
+    std::string print() {
+        char letter = d_.letter;
+        if (letter == '?' || letter == 'i')
+            letter = is_signed_ ? 'd' : 'u';
+        const std::uint64_t bits = bits_ == 64 ? value_ : value_ & ((std::uint64_t{1} << bits_) - 1);
+        const bool alt = d_.has('#') || letter == 'p';
+        std::string sign, prefix, digits;
+        bool radix = true;
+        const std::string lower = "0123456789abcdefghijklmnopqrstuvwxyz";
+        const std::string upper = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+        switch (letter) {
+        case 'c':
+            return pad_text((bits & 0xFF) == 0 ? "" : std::string(1, static_cast<char>(bits & 0xFF)));
+        case 'x':
+        case 'p':
+            digits = in_base(bits, lower.substr(0, 16)), prefix = "0x";
+            break;
+        case 'X':
+            digits = in_base(bits, upper.substr(0, 16)), prefix = "0x";
+            break;
+        case 'o':
+            digits = in_base(bits, lower.substr(0, 8)), prefix = "0";
+            break;
+        case 'z':
+            digits = in_base(bits, lower);
+            break;
+        case 'Z':
+            digits = in_base(bits, upper);
+            break;
+        case 'm':
+            digits = in_base(bits, upper.substr(10) + lower.substr(10) + lower.substr(0, 10) + "+/");
+            break;
+        default:
+            radix = false;
+            // What is signed at 64 bits is the value as it stands; an unsigned type was zero-extended to get
+            // there.
+            if (letter != 'u' && static_cast<std::int64_t>(value_signed()) < 0) {
+                sign = "-";
+                digits = in_base(0 - value_signed(), "0123456789");
+            } else {
+                digits = in_base(letter == 'u' ? bits : value_signed(), "0123456789");
+            }
+            digits = significant(digits);
+        }
+        if (!alt || digits == "0")
+            prefix.clear();
+        if (sign.empty())
+            sign = d_.has('+') ? "+" : d_.has(' ') ? " " : "";
+        if (d_.has(','))
+            digits = with_point(digits);
+        else if (d_.has('\''))
+            digits = radix ? grouped(digits, 4, ':') : grouped(digits, 3, ',');
+        return pad_number(sign + prefix, digits);
+    }
+
+private:
+    std::uint64_t value_signed() const {
+        if (bits_ == 64)
+            return value_;
+        const std::uint64_t low = value_ & ((std::uint64_t{1} << bits_) - 1);
+        return low >> (bits_ - 1) ? low - (std::uint64_t{1} << bits_) : low;
+    }
+
+    static std::string in_base(std::uint64_t v, const std::string& alphabet) {
+        std::string s(1, alphabet[v % alphabet.size()]);
+        while ((v /= alphabet.size()) != 0)
+            s = alphabet[v % alphabet.size()] + s;
+        return s;
+    }
+
+    // Cuts decimal places that are more than the wanted digits, and rounds half up.
+    std::string significant(std::string digits) {
+        if (!d_.has(',') || d_.sig_digits <= 0)
+            return digits;
+        char cut = '0';
+        while (precision_ > 0 && static_cast<int>(digits.size()) > d_.sig_digits) {
+            cut = digits.back();
+            digits.pop_back();
+            --precision_;
+        }
+        if (cut < '5')
+            return digits;
+        std::size_t i = digits.size();
+        while (i > 0 && digits[i - 1] == '9')
+            digits[--i] = '0';
+        if (i == 0)
+            return "1" + digits;
+        ++digits[i - 1];
+        return digits;
+    }
+
+    std::string with_point(std::string digits) {
+        if (precision_ <= 0)
+            return digits;
+        const auto places = static_cast<std::size_t>(precision_);
+        if (digits.size() <= places)
+            digits.insert(0, places + 1 - digits.size(), '0');
+        digits.insert(digits.size() - places, ".");
+        if (d_.has('#') || d_.letter == 'p') {
+            for (; digits.back() == '0'; digits.pop_back())
+                --precision_;
+            if (digits.back() == '.')
+                digits.pop_back();
+        }
+        return digits;
+    }
+
+    static std::string grouped(std::string digits, std::size_t size, char separator) {
+        for (std::size_t from_end = size; from_end < digits.size(); from_end += size + 1)
+            digits.insert(digits.size() - from_end, 1, separator);
+        return digits;
+    }
+
+    std::string pad_number(const std::string& prefix, const std::string& digits) const {
+        const bool zero_fill = d_.has('0') && d_.precision < 0 && !d_.has('-');
+        std::string s = digits;
+        if (precision_ > static_cast<int>(s.size()))
+            s.insert(0, static_cast<std::size_t>(precision_) - s.size(), '0');
+        while (zero_fill && static_cast<int>(prefix.size() + s.size()) < d_.width)
+            s = "0" + s;
+        return pad(prefix + s, ' ');
+    }
+
+    std::string pad_text(std::string s) const {
+        if (d_.precision >= 0)
+            s = s.substr(0, static_cast<std::size_t>(d_.precision));
+        return pad(s, d_.has('0') && d_.precision < 0 ? '0' : ' ');
+    }
+
+    std::string pad(const std::string& s, char fill) const {
+        const auto missing = std::max<int>(0, d_.width - static_cast<int>(s.size()));
+        const auto n = static_cast<std::size_t>(missing);
+        return d_.has('-') ? s + std::string(n, ' ') : std::string(n, fill) + s;
+    }
+
+    const directive& d_;
+    std::uint64_t value_;
+    int bits_;
+    bool is_signed_;
+    int precision_;
+};
