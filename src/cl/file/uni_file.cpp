@@ -1,0 +1,150 @@
+#include "cl/file/uni_file.hpp"
+
+#include <utility>
+
+namespace cl {
+
+namespace {
+
+// The block in which files are copied.
+constexpr std::int64_t copy_block = 4096;
+
+} // namespace
+
+uni_file::~uni_file() = default;
+
+bool uni_file::open(const std::wstring& path, std::uint32_t flags, std::uint32_t share) {
+    return open_as(path, flags, encoding_utf16le, share);
+}
+
+bool uni_file::open_as(const std::wstring& path, std::uint32_t flags, std::uint32_t default_encoding,
+                       std::uint32_t share) {
+    if (!file_hnd::open(path, flags, share))
+        return false;
+    const bool detected = detect_encoding(default_encoding);
+    if (flags & open_append)
+        seek(0, 2);
+    return detected;
+}
+
+bool uni_file::to_start() {
+    sync();
+    drop_pushback();
+    return move_pointer(0, 0) == 0;
+}
+
+bool uni_file::detect_encoding(std::uint32_t default_encoding) {
+    drop_char_pushback();
+    eol = eol_none;
+    encoding = encoding_ansi;
+    bom_len = 0;
+    low_surrogate = 0;
+    high_surrogate = 0;
+    pending_byte = nullptr;
+    to_start();
+
+    const auto next_is = [this](std::uint8_t wanted) {
+        std::uint8_t byte;
+        return read(&byte, 1) == 1 && byte == wanted;
+    };
+    // A read that fails gives no byte, as the end of the file does; last_error tells them apart.
+    const std::uint32_t kept_error = std::exchange(last_error, 0);
+    std::uint8_t byte;
+    if ((mode & can_read) && read(&byte, 1) == 1) {
+        std::uint32_t found = encoding_ansi;
+        if (byte == 0xEF && next_is(0xBB) && next_is(0xBF))
+            found = encoding_utf8;
+        else if (byte == 0xFE && next_is(0xFF))
+            found = encoding_utf16be;
+        else if (byte == 0xFF && next_is(0xFE))
+            found = next_is(0) && next_is(0) ? encoding_utf32le : encoding_utf16le;
+        else if (byte == 0 && next_is(0) && next_is(0xFE) && next_is(0xFF))
+            found = encoding_utf32be;
+        if (last_error == 0)
+            last_error = kept_error;
+        set_encoding(found, false);
+        seek(0, 0);
+        return true;
+    }
+    // A file that can't be read may have content: nothing is written over it.
+    if (last_error)
+        return false;
+    last_error = kept_error;
+    if ((mode & can_read) && !(mode & can_write))
+        return true;
+    set_encoding(default_encoding, false);
+    sync();
+    if (move_pointer(0, 0) == 0 && bom_len) {
+        write(byte_order_mark(encoding).data(), bom_len);
+        sync();
+    }
+    return true;
+}
+
+bool uni_file::set_encoding(std::uint32_t value, bool no_bom) {
+    if (value >= encoding_count) {
+        bom_len = 0;
+        return false;
+    }
+    encoding = value;
+    bom_len = no_bom ? 0 : static_cast<std::uint32_t>(byte_order_mark(value).size());
+    return true;
+}
+
+bool uni_file::write_bom() {
+    sync();
+    if (move_pointer(0, 0) != 0)
+        return false;
+    bool written = true;
+    if (bom_len) {
+        const std::string_view mark = byte_order_mark(encoding);
+        const auto n = static_cast<std::int64_t>(mark.size());
+        written = write(mark.data(), n) == n;
+    }
+    return sync() && written;
+}
+
+std::int64_t uni_file::seek(std::int64_t offset, std::uint32_t origin) {
+    drop_char_pushback();
+    sync();
+    drop_pushback();
+    const std::int64_t raw = move_pointer(origin == 0 ? offset + bom_len : offset, origin);
+    return raw < 0 ? -1 : raw - bom_len;
+}
+
+std::int64_t uni_file::tell() {
+    sync();
+    const std::int64_t raw = move_pointer(0, 1);
+    return raw < 0 ? -1 : raw - bom_len;
+}
+
+bool uni_file::copy_to(uni_file& dst, bool rewind_both) {
+    if (rewind_both) {
+        // What a sync couldn't write is lost: dst isn't overwritten with the rest.
+        const bool synced = sync() && dst.sync();
+        if (!synced || move_pointer(0, 0) != 0 || dst.move_pointer(0, 0) != 0)
+            return false;
+    }
+    const auto block = std::make_unique<char[]>(copy_block);
+    // A read that fails gives no byte, as the end of the file does; last_error tells them apart.
+    const std::uint32_t kept_error = std::exchange(last_error, 0);
+    std::int64_t n;
+    while ((n = read(block.get(), copy_block)) > 0)
+        if (dst.write(block.get(), n) != n)
+            break;
+    const bool copied = n == 0 && last_error == 0;
+    if (last_error == 0)
+        last_error = kept_error;
+    if (!copied || !rewind_both)
+        return copied;
+    return dst.set_end() && dst.detect_encoding(encoding);
+}
+
+bool uni_file::write_line(const std::wstring& text) {
+    static constexpr wchar_t crlf[] = {L'\r', L'\n'};
+    if (is_plain())
+        return put_run(text.data(), text.data() + text.size()) && put_run(crlf, crlf + 2);
+    return write_text(text + std::wstring(crlf, 2));
+}
+
+} // namespace cl
