@@ -2,18 +2,21 @@
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 W=/usr/lib/wine/wine64
 
-PACKAGES="cmake ninja-build ccache g++ clang clang-format libclang-rt-14-dev googletest libbenchmark-dev libfmt-dev
-    valgrind python3 wine64 wine gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
-    util-linux"
+# What building and running the product takes, and what the tests and checks take on top.
+PRODUCT_PACKAGES="cmake ninja-build ccache gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix
+    binutils-mingw-w64-x86-64 wine64 wine util-linux"
+PACKAGES="$PRODUCT_PACKAGES g++ clang clang-format libclang-rt-14-dev googletest libbenchmark-dev libfmt-dev valgrind
+    python3"
 
 say() { printf '%s\n' "$*" >&2; }
 die() { say "error: $*"; exit 2; }
 
 # Installs what is missing of PACKAGES, or of the packages given.
 need_packages() {
-    local missing=() p
+    local missing=() p installed
+    installed=$(dpkg-query -W -f='${Package} ${Status}\n' ${*:-$PACKAGES} 2>/dev/null)
     for p in ${*:-$PACKAGES}; do
-        dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'ok installed' || missing+=("$p")
+        case $'\n'$installed in *$'\n'"$p install ok installed"*) ;; *) missing+=("$p") ;; esac
     done
     [ ${#missing[@]} -eq 0 ] && return 0
     [ "$(id -u)" -eq 0 ] || die "missing packages, install them as root: apt-get install ${missing[*]}"
@@ -25,21 +28,26 @@ need_packages() {
 }
 
 # build_preset PRESET [TARGET...]: configures once, builds, and prints only when there is something to do or to say.
+# One build at a time in each preset's folder.
 build_preset() {
-    local preset=$1 log=$ROOT/build/$1.log
+    local preset=$1
     shift
     mkdir -p "$ROOT/build"
-    # Objects are shared between checkouts, whatever folder they lie in.
-    export CCACHE_BASEDIR=$ROOT CCACHE_NOHASHDIR=1
-    if [ ! -f "$ROOT/build/$preset/build.ninja" ]; then
-        say "Configuring $preset"
-        (cd "$ROOT" && cmake --preset "$preset") >"$log" 2>&1 || { cat "$log" >&2; return 1; }
-    fi
-    if ! ninja -C "$ROOT/build/$preset" -n "$@" 2>/dev/null | grep -q 'no work to do'; then
-        say "Building $preset"
-    fi
-    (cd "$ROOT" && cmake --build --preset "$preset" ${*:+--target "$@"}) >"$log" 2>&1 ||
-        { grep -E 'error|FAILED|warning|undefined|note:' "$log" | head -n 60 >&2 || tail -n 40 "$log" >&2; return 1; }
+    (
+        flock 8
+        # Objects are shared between checkouts, whatever folder they lie in.
+        export CCACHE_BASEDIR=$ROOT CCACHE_NOHASHDIR=1
+        log=$ROOT/build/$preset.log
+        if [ ! -f "$ROOT/build/$preset/build.ninja" ]; then
+            say "Configuring $preset"
+            (cd "$ROOT" && cmake --preset "$preset") >"$log" 2>&1 || { cat "$log" >&2; exit 1; }
+        fi
+        if ! ninja -C "$ROOT/build/$preset" -n "$@" 2>/dev/null | grep -q 'no work to do'; then
+            say "Building $preset"
+        fi
+        (cd "$ROOT" && cmake --build --preset "$preset" ${*:+--target "$@"}) >"$log" 2>&1 ||
+            { grep -E 'error|FAILED|warning|undefined|note:' "$log" | head -n 60 >&2 || tail -n 40 "$log" >&2; exit 1; }
+    ) 8>"$ROOT/build/$preset.lock"
 }
 
 # The environment of every program that runs under Wine. The code pages follow LC_ALL (windows-1252 and 437).
@@ -74,10 +82,11 @@ wine_prefix() {
         mv "$WINEPREFIX.new" "$WINEPREFIX"
     fi
     if ! wine_is_up; then
+        say "Starting the Wine prefix '$name'"
         # A persistent server keeps services and drivers loaded between two commands. Everything that it starts
-        # inherits its streams, so none of ours may go in.
+        # inherits its streams and its session, so none of ours may go in: a closed terminal would end the driver.
         wineserver -p </dev/null >/dev/null 2>&1 9>&-
-        timeout 120 $W wineboot </dev/null >/dev/null 2>&1 9>&-
+        setsid -w timeout 120 $W wineboot </dev/null >/dev/null 2>&1 9>&-
         # The dispatcher called from a console would wait 10 s for the newest service of a freshly booted prefix.
         timeout 60 $W reg add 'HKLM\System\CurrentControlSet\Control\ServiceCurrent' /ve /t REG_DWORD /d 99999 /f \
             </dev/null >/dev/null 2>&1 9>&-
@@ -103,14 +112,19 @@ wine_down() {
 # load_driver SYS: loads the stand-in driver into WINEPREFIX; loads it anew when the file has changed.
 load_driver() {
     local sys=$1 target=$WINEPREFIX/drive_c/windows/system32/drivers/vexaflow.sys
-    if cmp -s "$sys" "$target" && wine_quiet sc query vexaflow | grep -q RUNNING; then return 0; fi
-    wine_quiet sc stop vexaflow >/dev/null
-    cp "$sys" "$target"
-    # "binPath=" and its value are two arguments, or the path keeps a leading blank.
-    wine_quiet sc create vexaflow type= kernel start= demand binPath= 'C:\windows\system32\drivers\vexaflow.sys' \
-        >/dev/null
-    wine_quiet sc start vexaflow >/dev/null || die "the stand-in driver did not load"
+    exec 9>"$ROOT/build/wine/lock"
+    flock 9
+    if ! cmp -s "$sys" "$target" || ! wine_quiet sc query vexaflow | grep -q RUNNING; then
+        say "Loading the stand-in driver"
+        wine_quiet sc stop vexaflow >/dev/null
+        cp "$sys" "$target"
+        # "binPath=" and its value are two arguments, or the path keeps a leading blank.
+        wine_quiet sc create vexaflow type= kernel start= demand \
+            binPath= 'C:\windows\system32\drivers\vexaflow.sys' >/dev/null
+        wine_quiet sc start vexaflow >/dev/null || die "the stand-in driver did not load"
+    fi
+    exec 9>&-
 }
 
 # wine_quiet PROGRAM ARGS: a short Wine command without our standard input and error.
-wine_quiet() { timeout 60 $W "$@" </dev/null 2>/dev/null | cat; return "${PIPESTATUS[0]}"; }
+wine_quiet() { timeout 60 $W "$@" </dev/null 2>/dev/null 9>&- | cat; return "${PIPESTATUS[0]}"; }

@@ -4,6 +4,9 @@
 //   run EXE COMMAND_LINE OUT ERR   starts a program (UTF-16) with its streams in two new files: "exit CODE"
 //   ioctl CODE INPUT OUT_SIZE      one device request: "done ERROR RETURNED OUTPUT"
 //   cancel CODE INPUT OUT_SIZE     the same, cancelled once it is pending
+// "launch --screen EXE COMMAND_LINE OUT SCREEN", started in a terminal, runs a program there, with standard
+// output in the file OUT unless that is "-", writes what then stands on the screen to the file SCREEN (UTF-8,
+// no blanks at the ends of lines) and ends with the program's exit code.
 #include <windows.h>
 
 #include <cstdint>
@@ -84,6 +87,54 @@ std::string run(std::istringstream& order) {
     return answer;
 }
 
+std::string screen_text() {
+    const HANDLE console =
+        CreateFileW(L"CONOUT$", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                    OPEN_EXISTING, 0, nullptr);
+    CONSOLE_SCREEN_BUFFER_INFO info{};
+    if (!GetConsoleScreenBufferInfo(console, &info))
+        return "no console";
+    std::string text;
+    for (SHORT y = 0; y <= info.dwCursorPosition.Y; ++y) {
+        std::wstring row(static_cast<std::size_t>(info.dwSize.X), L' ');
+        DWORD count = 0;
+        ReadConsoleOutputCharacterW(console, row.data(), static_cast<DWORD>(row.size()), {0, y}, &count);
+        row.resize(row.find_last_not_of(L' ') + 1);
+        std::string bytes(row.size() * 3, '\0');
+        bytes.resize(static_cast<std::size_t>(
+            WideCharToMultiByte(CP_UTF8, 0, row.data(), static_cast<int>(row.size()), bytes.data(),
+                                static_cast<int>(bytes.size()), nullptr, nullptr)));
+        text += bytes + "\n";
+    }
+    CloseHandle(console);
+    return text;
+}
+
+int run_on_screen(const char* exe, const char* line, const char* out, const char* screen) {
+    std::wstring command_line = wide_from_hex(line);
+    STARTUPINFOW start{};
+    start.cb = sizeof start;
+    start.dwFlags = STARTF_USESTDHANDLES;
+    start.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
+    start.hStdOutput = std::string(out) == "-"
+                           ? GetStdHandle(STD_OUTPUT_HANDLE)
+                           : inheritable_file(wide_from_hex(out), GENERIC_WRITE, CREATE_ALWAYS);
+    start.hStdError = GetStdHandle(STD_ERROR_HANDLE);
+    PROCESS_INFORMATION process{};
+    if (!CreateProcessW(wide_from_hex(exe).c_str(), command_line.data(), nullptr, nullptr, TRUE, 0, nullptr,
+                        nullptr, &start, &process))
+        return 99;
+    DWORD code = 98;
+    if (WaitForSingleObject(process.hProcess, run_limit_ms) == WAIT_OBJECT_0)
+        GetExitCodeProcess(process.hProcess, &code);
+    const std::string text = screen_text();
+    const HANDLE file = inheritable_file(wide_from_hex(screen), GENERIC_WRITE, CREATE_ALWAYS);
+    DWORD written = 0;
+    WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+    CloseHandle(file);
+    return static_cast<int>(code);
+}
+
 std::string control(std::istringstream& order, bool cancel) {
     std::string code, input;
     std::size_t out_size = 0;
@@ -115,7 +166,9 @@ std::string control(std::istringstream& order, bool cancel) {
 
 } // namespace
 
-int main() {
+int main(int argc, char** argv) {
+    if (argc == 6 && std::string(argv[1]) == "--screen")
+        return run_on_screen(argv[2], argv[3], argv[4], argv[5]);
     std::string line;
     while (std::getline(std::cin, line)) {
         std::istringstream order(line);
