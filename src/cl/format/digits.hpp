@@ -20,17 +20,21 @@ enum class conversion : std::uint8_t {
 };
 
 struct letter_info {
-    conversion form = conversion::signed_decimal;
-    std::uint8_t base = 10;
-    const char* alphabet = lower_digits;
-    const char* prefix = ""; // with the alternative form, unless the value is 0
+    conversion form;
+    std::uint8_t base;
+    const char* alphabet;
+    const char* prefix; // with the alternative form, unless the value is 0
 };
+
+inline constexpr letter_info any_letter = {conversion::signed_decimal, 10, lower_digits, ""};
 
 // By letter, for characters below 128.
 inline constexpr std::array<letter_info, 128> letters = [] {
     std::array<letter_info, 128> t{};
-    t['?'] = t['i'] = {conversion::default_letter};
-    t['u'] = {conversion::unsigned_decimal};
+    t.fill(any_letter);
+    t['?'].form = t['i'].form = conversion::default_letter;
+    t['u'].form = conversion::unsigned_decimal;
+    t['c'].form = conversion::character;
     t['x'] = {conversion::radix, 16, lower_digits, "0x"};
     t['X'] = {conversion::radix, 16, upper_digits, "0x"};
     t['p'] = {conversion::pointer, 16, lower_digits, "0x"};
@@ -38,7 +42,6 @@ inline constexpr std::array<letter_info, 128> letters = [] {
     t['z'] = {conversion::radix, 36, lower_digits, ""};
     t['Z'] = {conversion::radix, 36, upper_digits, ""};
     t['m'] = {conversion::radix, 64, base64_digits, ""};
-    t['c'] = {conversion::character};
     return t;
 }();
 

@@ -37,7 +37,7 @@ bool is_digit(Ch c) {
 template <class Ch>
 detail::letter_info info_of(Ch letter) {
     const auto c = static_cast<std::uint32_t>(static_cast<std::make_unsigned_t<Ch>>(letter));
-    return c < detail::letters.size() ? detail::letters[c] : detail::letter_info{};
+    return c < detail::letters.size() ? detail::letters[c] : detail::any_letter;
 }
 
 template <class Ch>
