@@ -13,7 +13,7 @@ namespace vfl {
 struct connection_filter {
     std::uint64_t id = 0;           // 0 matches any
     std::uint8_t l7_protocol = 255; // 255 matches any
-    std::wstring program;           // exact; empty matches any
+    std::wstring program{};         // exact; empty matches any
 };
 
 // Folds one block into the map. Returns the number of bytes that the block's parts take up by its own counts,
