@@ -2,11 +2,13 @@
 // Destruction is the reverse. No other file has a dynamic initialiser or a global with a destructor; the
 // build checks it.
 //
-// What other threads may still touch at the end (the lists) is shut down here and never destroyed.
+// What other threads may still touch at the end (the lists, the timer) is shut down here and never destroyed.
+#include "cl/time/passive_timer.hpp"
 #include "cl/trace/list/console.hpp"
 #include "cl/trace/list/stream_trace.hpp"
 #include "cl/trace/list/trace_list.hpp"
 
+#include <new>
 #include <string>
 
 namespace cl {
@@ -17,6 +19,25 @@ constinit bool console_application = true;
 } // namespace cl
 
 namespace {
+
+// The timer "slow" runs all that may be late. It comes ahead of everything that arms it, so that it ends
+// after that. Its place is constant-initialised: an object that is, too, may point to it.
+union slow_place {
+    constexpr slow_place() : nothing{} {}
+    constexpr ~slow_place() {}
+    char nothing;
+    cl::passive_timer timer;
+};
+constinit slow_place slow;
+
+struct slow_life {
+    slow_life() { new (&slow.timer) cl::passive_timer("slow"); }
+    // Ends the worker, with a kill after 5 s, and drops what has not fired: whose work must not be lost does
+    // it itself ahead of this.
+    ~slow_life() { slow.timer.shut_down(); }
+    slow_life(const slow_life&) = delete;
+    slow_life& operator=(const slow_life&) = delete;
+} live_slow;
 
 // The handles and window of the console come first: the stream sinks write through them.
 struct console_setup {
@@ -45,5 +66,14 @@ struct list_setup {
     list_setup(const list_setup&) = delete;
     list_setup& operator=(const list_setup&) = delete;
 } set_up_lists;
+
+// The last, so that its end is the first act of the end: what is due by then is called while all is still
+// there. A callback that never returns blocks the end of the process here.
+struct exit_hook {
+    exit_hook() = default;
+    ~exit_hook() { slow.timer.flush_sweep(5000); }
+    exit_hook(const exit_hook&) = delete;
+    exit_hook& operator=(const exit_hook&) = delete;
+} at_exit;
 
 } // namespace
