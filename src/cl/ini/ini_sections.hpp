@@ -1,0 +1,81 @@
+// What the settings cache holds of an INI file: its sections and their lines in file order, each with flags
+// that tell how it differs from the file. Plain values without a lock and without a file.
+//
+// Names are trimmed before they are searched, and found by their first match without regard to case. Sections
+// and lines that are to be deleted stay in the lists until the commit.
+#pragma once
+
+#include "cl/ini/ini_text.hpp"
+
+#include <cstdint>
+#include <list>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace cl {
+
+// One line of a section that isn't blank.
+struct ini_entry {
+    std::wstring key;       // its own spelling; empty for a raw entry
+    std::wstring value;     // for a raw entry the whole line
+    bool modified : 1 = {}; // differs from the file; a flush has to write it
+    bool in_file : 1 = {};  // known to stand in the file; cleared by a change
+    bool deleted : 1 = {};  // to be removed from the file; lookups don't see it
+    bool raw : 1 = {};      // a comment, or a line that is no key line
+};
+
+struct ini_section {
+    std::wstring name; // trimmed, in its own spelling; empty for the lines in front of the first header
+    std::list<ini_entry> entries;
+    bool deleted : 1 = {};  // to be removed from the file
+    bool replaced : 1 = {}; // the whole body is to be rewritten, not merged line by line
+    bool in_file : 1 = {};  // came from the file; set by loading only
+    bool changed : 1 = {};  // holds something to write; nothing clears it
+    bool done : 1 = {};     // a merge has met it in the file; without meaning in the cache itself
+
+    // The first entry with this key, or null. Lookups see no `deleted` entry, edits do.
+    const ini_entry* find_visible(std::wstring_view key) const;
+    ini_entry* find(std::wstring_view key);
+};
+
+class ini_sections {
+public:
+    // Replaces all by what a file holds. Of sections with equal names the first alone is kept.
+    void load(const next_line& next);
+    void clear() { list_.clear(); }
+
+    // `deleted` sections count.
+    bool exists(std::wstring_view section) const { return find(section) != nullptr; }
+
+    // False, with `value` untouched, if there is no such key. An empty key finds the first raw entry.
+    bool value(std::wstring_view section, std::wstring_view key, std::wstring& value) const;
+
+    // Key lines as "key=value"; comments if bit 0 of `flags` is set, other lines if bit 1 is. False, with
+    // `lines` untouched, if there is no such section or it is deleted.
+    bool lines(std::wstring_view section, std::vector<std::wstring>& lines, std::uint32_t flags) const;
+
+    // The key lines alone, under the same rules.
+    bool pairs(std::wstring_view section, std::vector<std::pair<std::wstring, std::wstring>>& pairs) const;
+
+    void names(std::vector<std::wstring>& names) const;
+
+    // The edits. The last two answer whether there is now something to write.
+    void write_value(std::wstring_view section, std::wstring_view key, const std::wstring& value);
+    void write_section(std::wstring_view section, const std::vector<std::wstring>& lines);
+    bool delete_value(std::wstring_view section, std::wstring_view key);
+    bool delete_section(std::wstring_view section);
+
+    // Hands out a copy of all changed sections for a merge and counts everything as written.
+    [[nodiscard]] std::list<ini_section> commit();
+
+private:
+    const ini_section* find(std::wstring_view name) const;
+    ini_section* find(std::wstring_view name);
+    ini_section& find_or_make(std::wstring_view name);
+
+    std::list<ini_section> list_;
+};
+
+} // namespace cl
