@@ -8,21 +8,22 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iostream>
+#include <iterator>
+#include <vector>
 
 namespace {
 
 using namespace cl::os;
 constexpr std::uint32_t share_all = share_read | share_write | share_delete;
 
-// One order to a line: the access and the share word of an open. The first line names the file for the
-// answers, the second the file to open. Ends with its input.
+// The first line is the path for the answers. Each further line is an order: the access word, the share word
+// and the path of an open; the answer is its error. Ends with its input.
 TEST(os_file_other_process, DISABLED_serve) {
-    std::string answers, path, line;
+    std::string answers, path;
     std::getline(std::cin, answers);
-    std::getline(std::cin, path);
     std::ofstream out(answers);
     std::uint32_t access = 0, share = 0;
-    while (std::cin >> access >> share) {
+    while (std::cin >> access >> share && std::cin.get() && std::getline(std::cin, path)) {
         file_handle file;
         const std::wstring wide(path.begin(), path.end());
         const file_request request{access, share, file_disposition::open_existing, 0, false};
@@ -36,7 +37,6 @@ TEST(os_file_other_process, DISABLED_serve) {
 
 struct os_file_processes : testing::Test {
     temp_folder folder;
-    std::wstring path = folder / L"shared.txt";
 
     FILE* start_other() const {
         const std::string command =
@@ -44,53 +44,53 @@ struct os_file_processes : testing::Test {
             "\" --gtest_also_run_disabled_tests --gtest_filter=os_file_other_process.*" VFL_QUIET;
         FILE* other = VFL_POPEN(command.c_str(), "w");
         EXPECT_NE(other, nullptr);
-        std::fprintf(other, "%s\n%s\n", (folder.folder / "answers").string().c_str(),
-                     (folder.folder / "shared.txt").string().c_str());
-        std::fflush(other);
+        std::fprintf(other, "%s\n", (folder.folder / "answers").string().c_str());
         return other;
     }
-    std::uint32_t open(std::uint32_t access, std::uint32_t share, bool inheritable, file_handle& file) const {
+    std::uint32_t open(const std::string& name, std::uint32_t access, std::uint32_t share, bool inheritable,
+                       file_handle& file) const {
+        const std::wstring path = folder / std::wstring(name.begin(), name.end());
         return open_file(path.c_str(), {access, share, file_disposition::open_always, 0, inheritable}, file);
     }
 };
 
 TEST_F(os_file_processes, share_modes) {
-    const std::uint32_t accesses[] = {access_read, access_write, access_read | access_write};
+    std::vector<file_handle> holders;
+    std::vector<std::uint32_t> expected;
+    FILE* other = start_other();
     for (const std::uint32_t held : {access_read, access_write})
         for (const std::uint32_t held_share : {0u, share_read, share_write, share_all}) {
-            file_handle holder;
-            ASSERT_EQ(open(held, held_share, false, holder), 0u);
-            FILE* other = start_other();
-            std::vector<std::uint32_t> expected;
-            for (const std::uint32_t wanted : accesses)
+            const std::string name = std::to_string(holders.size());
+            ASSERT_EQ(open(name, held, held_share, false, holders.emplace_back()), 0u);
+            for (const std::uint32_t wanted : {access_read, access_write, access_read | access_write})
                 for (std::uint32_t share = 0; share <= share_all; ++share) {
-                    std::fprintf(other, "%u %u\n", static_cast<unsigned>(wanted),
-                                 static_cast<unsigned>(share));
+                    std::fprintf(other, "%u %u %s\n", static_cast<unsigned>(wanted),
+                                 static_cast<unsigned>(share), (folder.folder / name).string().c_str());
                     const bool fits = !((wanted & access_read) && !(held_share & share_read)) &&
                                       !((wanted & access_write) && !(held_share & share_write)) &&
                                       (share & (held == access_read ? share_read : share_write));
                     expected.push_back(fits ? 0 : error_sharing);
                 }
-            VFL_PCLOSE(other);
-            std::ifstream answers(folder.folder / "answers");
-            std::vector<std::uint32_t> got(std::istream_iterator<std::uint32_t>(answers), {});
-            EXPECT_EQ(got, expected) << std::hex << held << ' ' << held_share;
-            close_file(holder);
         }
+    VFL_PCLOSE(other);
+    std::ifstream answers(folder.folder / "answers");
+    EXPECT_EQ(std::vector<std::uint32_t>(std::istream_iterator<std::uint32_t>(answers), {}), expected);
+    for (const file_handle holder : holders)
+        close_file(holder);
 }
 
 TEST_F(os_file_processes, an_inheritable_handle_lives_on_in_a_child) {
     for (const bool inheritable : {false, true}) {
         SCOPED_TRACE(inheritable);
         file_handle file;
-        ASSERT_EQ(open(access_read, 0, inheritable, file), 0u);
+        ASSERT_EQ(open("a", access_read, 0, inheritable, file), 0u);
         FILE* other = start_other();
         EXPECT_EQ(close_file(file), 0u);
-        EXPECT_EQ(open(access_read, share_all, false, file), inheritable ? error_sharing : 0u);
+        EXPECT_EQ(open("a", access_read, share_all, false, file), inheritable ? error_sharing : 0u);
         if (file != invalid_file)
             close_file(file);
         VFL_PCLOSE(other);
-        EXPECT_EQ(open(access_read, 0, false, file), 0u);
+        EXPECT_EQ(open("a", access_read, 0, false, file), 0u);
         close_file(file);
     }
 }
