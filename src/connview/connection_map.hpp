@@ -2,12 +2,13 @@
 // up to date. One thread at a time.
 #pragma once
 
+#include "connview/shared_text.hpp"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
 #include <memory>
-#include <string>
 #include <vector>
 
 namespace vfl {
@@ -32,14 +33,14 @@ struct connection_entry {
     std::int64_t started = 0; // seconds since 1970
     std::uint64_t rx_line_rate = 0;
     std::uint64_t tx_line_rate = 0;
-    std::uint32_t rtt = 0;         // thousandths of the unit that is shown
-    std::uint32_t header_word = 0; // of the last block that named the connection
-    std::wstring program;          // that owns the connection
-    std::string data;              // free text; bytes of the ANSI code page
-    std::wstring class_now;        // traffic class
-    std::wstring class_other;      // a second class text
-    std::string hostname;          // of the remote host; bytes of the ANSI code page
-    std::vector<float> history_1;  // padded with -1 to the length that the first entry's history_1 has
+    std::uint32_t rtt = 0;            // thousandths of the unit that is shown
+    std::uint32_t header_word = 0;    // of the last block that named the connection
+    shared_text<wchar_t> program;     // that owns the connection
+    shared_text<char> data;           // free text; bytes of the ANSI code page
+    shared_text<wchar_t> class_now;   // traffic class
+    shared_text<wchar_t> class_other; // a second class text
+    shared_text<char> hostname;       // of the remote host; bytes of the ANSI code page
+    std::vector<float> history_1;     // padded with -1 to the length that the first entry's history_1 has
     std::vector<float> history_2;
 
     bool operator==(const connection_entry&) const = default;
@@ -57,6 +58,13 @@ class connection_map {
     struct link {
         std::uint64_t id = 0;
         slot* at = nullptr;
+    };
+
+    // A text of the block that is being read, and the copy of it that entries share, once there is one.
+    template <class Ch>
+    struct pool_text {
+        const std::uint8_t* at; // its length, and its bytes behind that
+        shared_text<Ch> copy;
     };
 
     template <class Entry>
@@ -133,9 +141,11 @@ private:
     std::size_t fresh_ = 0; // slots of the last chunk that were never used
     std::vector<slot*> free_;
 
-    // Memory of snapshot_reader that is kept from block to block.
+    // What snapshot_reader keeps from block to block: the number of complete blocks, and the memory of its
+    // pools.
     std::uint32_t blocks_ = 0;
-    std::vector<const std::uint8_t*> narrow_pool_, wide_pool_;
+    std::vector<pool_text<char>> narrow_pool_;
+    std::vector<pool_text<wchar_t>> wide_pool_;
 };
 
 } // namespace vfl

@@ -37,6 +37,13 @@ std::uint64_t age(const connection_entry& e, std::int64_t now) {
     return e.started < now ? static_cast<std::uint64_t>(now) - static_cast<std::uint64_t>(e.started) : 0;
 }
 
+std::wstring class_text(const connection_entry& e) {
+    std::wstring text(e.class_now);
+    if (e.class_now != e.class_other)
+        text += L'*';
+    return text;
+}
+
 void append_row(text_table& table, const connection_entry& e, std::int64_t now) {
     table.append_cell(number_text(e.id));
     table.append_cell(e.is_tcp ? "tcp" : "udp");
@@ -50,8 +57,8 @@ void append_row(text_table& table, const connection_entry& e, std::int64_t now) 
     table.append_cell(number_text(e.tx_cps));
     table.append_cell(cl::duration_text(age(e, now), cl::unit_seconds));
     table.append_cell(rtt_text(e.rtt));
-    table.append_cell(e.program);
-    table.append_cell(e.class_now == e.class_other ? e.class_now : e.class_now + L"*");
+    table.append_cell(std::wstring(e.program));
+    table.append_cell(class_text(e));
     table.append_cell(e.data);
     table.end_row();
 }

@@ -21,51 +21,40 @@ T load(const std::uint8_t* p) {
     return value;
 }
 
-// A text in the block.
-struct text_ref {
-    const std::uint8_t* bytes;
-    std::size_t length; // in bytes
-    [[nodiscard]] std::size_t units() const { return length / 2; }
-};
-
-using text_pool = std::vector<const std::uint8_t*>;
-
-text_ref text_at(const text_pool& pool, std::uint32_t index) {
-    if (index >= pool.size())
-        return {nullptr, 0};
-    return {pool[index] + 4, load<std::uint32_t>(pool[index])};
+// The length in bytes of the pool's text at p.
+std::uint32_t text_bytes(const std::uint8_t* p) {
+    return load<std::uint32_t>(p);
 }
 
-std::uint16_t unit_at(text_ref t, std::size_t i) {
-    return load<std::uint16_t>(t.bytes + i * 2);
+std::uint16_t unit_at(const std::uint8_t* p, std::size_t i) {
+    return load<std::uint16_t>(p + 4 + i * 2);
 }
 
-bool same(const std::string& s, text_ref t) {
-    return s.size() == t.length && (t.length == 0 || std::memcmp(s.data(), t.bytes, t.length) == 0);
+// Whether s is the narrow or wide text at p.
+bool same(std::string_view s, const std::uint8_t* p) {
+    return s.size() == text_bytes(p) && (s.empty() || std::memcmp(s.data(), p + 4, s.size()) == 0);
 }
 
-bool same(const std::wstring& s, text_ref t) {
-    if (s.size() != t.units())
+bool same(std::wstring_view s, const std::uint8_t* p) {
+    if (s.size() != text_bytes(p) / 2)
         return false;
     // Without an early exit the loop runs on several units at once.
     std::uint32_t difference = 0;
     for (std::size_t i = 0; i < s.size(); ++i)
-        difference |= static_cast<std::uint32_t>(s[i]) ^ unit_at(t, i);
+        difference |= static_cast<std::uint32_t>(s[i]) ^ unit_at(p, i);
     return difference == 0;
 }
 
-// Texts seldom change between two blocks: comparing first leaves them and their memory alone.
-void update(std::string& s, text_ref t) {
-    if (!same(s, t))
-        s.assign(reinterpret_cast<const char*>(t.bytes), t.length);
+void copy_text(const std::uint8_t* p, shared_text<char>& to) {
+    to = shared_text<char>({reinterpret_cast<const char*>(p + 4), text_bytes(p)});
 }
 
-void update(std::wstring& s, text_ref t) {
-    if (same(s, t))
-        return;
-    s.resize(t.units());
-    for (std::size_t i = 0; i < s.size(); ++i)
-        s[i] = static_cast<wchar_t>(unit_at(t, i));
+void copy_text(const std::uint8_t* p, shared_text<wchar_t>& to) {
+    const std::size_t n = text_bytes(p) / 2;
+    to = shared_text<wchar_t>(n, [p, n](wchar_t* units) {
+        for (std::size_t i = 0; i < n; ++i)
+            units[i] = static_cast<wchar_t>(unit_at(p, i));
+    });
 }
 
 void clear_rates(connection_entry& e) {
@@ -157,14 +146,22 @@ public:
         }
     }
 
-    void settle() { map_.settle(); }
+    snapshot_reader(const snapshot_reader&) = delete;
+    snapshot_reader& operator=(const snapshot_reader&) = delete;
+    ~snapshot_reader() {
+        map_.settle();
+        release(map_.narrow_pool_);
+        release(map_.wide_pool_);
+    }
 
     [[nodiscard]] bool is_partial() const { return (header_.clock_and_flags & VFL_SNAPSHOT_PARTIAL) != 0; }
 
 private:
     // Walks the `count` texts of the pool at `start`. `left` is what the block has for them, less the padding
     // of the texts before this pool. Returns the end of the pool, padding included, or -1.
-    std::int64_t walk(std::int64_t start, std::int64_t left, std::uint32_t count, text_pool& pool) const {
+    template <class Ch>
+    std::int64_t walk(std::int64_t start, std::int64_t left, std::uint32_t count,
+                      std::vector<connection_map::pool_text<Ch>>& pool) const {
         pool.clear();
         if (count == 0)
             return start;
@@ -181,7 +178,7 @@ private:
             left -= 4 + length;
             if (left < 0 || size_ - at - 4 < length)
                 return -1;
-            pool.push_back(bytes_ + at);
+            pool.push_back({bytes_ + at, {}});
             at += 4 + (length + 3) / 4 * 4;
         }
         return at;
@@ -195,7 +192,8 @@ private:
         const auto l7 = static_cast<std::uint8_t>(record.protocol & ~VFL_PROTOCOL_TCP);
         return (filter.id == 0 || filter.id == record.id) &&
                (filter.l7_protocol == 255 || filter.l7_protocol == l7) &&
-               (filter.program.empty() || same(filter.program, text_at(map_.wide_pool_, record.program)));
+               (filter.program.empty() || (record.program < map_.wide_pool_.size() &&
+                                           same(filter.program, map_.wide_pool_[record.program].at)));
     }
 
     connection_map::slot& create(const vfl_connection_record& record) {
@@ -216,7 +214,7 @@ private:
         return s;
     }
 
-    void update_entry(connection_entry& e, const vfl_connection_record& record, bool is_closed) const {
+    void update_entry(connection_entry& e, const vfl_connection_record& record, bool is_closed) {
         e.l7_protocol = static_cast<std::uint8_t>(record.protocol & ~VFL_PROTOCOL_TCP);
         e.tx_bytes = record.tx_bytes;
         e.rx_bytes = record.rx_bytes;
@@ -234,11 +232,43 @@ private:
         e.tx_line_rate = header_.tx_line_rate;
         e.rtt = record.rtt;
         e.header_word = header_.header_word;
-        update(e.program, text_at(map_.wide_pool_, record.program));
-        update(e.data, text_at(map_.narrow_pool_, record.data));
-        update(e.class_now, text_at(map_.wide_pool_, record.class_now));
-        update(e.class_other, text_at(map_.wide_pool_, record.class_other));
-        update(e.hostname, text_at(map_.narrow_pool_, record.hostname));
+        update(e.program, map_.wide_pool_, record.program);
+        update(e.data, map_.narrow_pool_, record.data);
+        update(e.class_now, map_.wide_pool_, record.class_now);
+        update(e.class_other, map_.wide_pool_, record.class_other);
+        update(e.hostname, map_.narrow_pool_, record.hostname);
+    }
+
+    // The block goes away; the memory stays, unless a block of a size that no driver sends has swollen it.
+    template <class Ch>
+    static void release(std::vector<connection_map::pool_text<Ch>>& pool) {
+        constexpr std::size_t kept_texts = 1'000'000;
+        pool.clear();
+        if (pool.capacity() > kept_texts)
+            pool.shrink_to_fit();
+    }
+
+    // Gives the entry the pool's text. Texts seldom change, and many entries have the same ones: the first
+    // entry that has or needs a text lends or makes the copy that all others share, so that most cost one
+    // comparison of addresses.
+    template <class Ch>
+    static void update(shared_text<Ch>& text, std::vector<connection_map::pool_text<Ch>>& pool,
+                       std::uint32_t index) {
+        if (index >= pool.size()) {
+            text = {};
+            return;
+        }
+        auto& [at, copy] = pool[index];
+        if (copy.shares(text))
+            return;
+        if (copy.empty()) {
+            if (same(text, at)) {
+                copy = text;
+                return;
+            }
+            copy_text(at, copy);
+        }
+        text = copy;
     }
 
     connection_map& map_;
@@ -256,7 +286,6 @@ std::int64_t apply_snapshot(connection_map& map, std::string_view block, bool re
     if (!reader.is_partial())
         reader.reconcile(remove_closed);
     reader.apply_records(remove_closed, filter);
-    reader.settle();
     return size;
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "connview/snapshot.hpp"
+#include "fakes/plain_entry.hpp"
 
 #include <cstdint>
 #include <cstring>
@@ -16,7 +17,7 @@ namespace fakes {
 
 class naive_snapshot {
 public:
-    std::map<std::uint64_t, vfl::connection_entry> entries;
+    std::map<std::uint64_t, plain_entry> entries;
 
     std::int64_t apply(std::string_view block, bool remove_closed, const vfl::connection_filter* filter) {
         if (block.size() < 64)
@@ -93,7 +94,7 @@ private:
         return units;
     }
 
-    static void close(vfl::connection_entry& e) {
+    static void close(plain_entry& e) {
         e.closed = true;
         e.tx_cps = e.rx_cps = 0;
         e.tx_percent = e.rx_percent = -1;
@@ -115,8 +116,8 @@ private:
         if (it == entries.end()) {
             if (closed)
                 return;
-            it = entries.emplace(id, vfl::connection_entry()).first;
-            vfl::connection_entry& e = it->second;
+            it = entries.emplace(id, plain_entry()).first;
+            plain_entry& e = it->second;
             std::memcpy(e.remote_address.data(), r.data(), 16);
             std::memcpy(e.local_address.data(), r.data() + 16, 16);
             e.remote_port = load<u16>(r, 32);
@@ -128,7 +129,7 @@ private:
             for (auto* history : {&e.history_1, &e.history_2})
                 history->resize(entries.begin()->second.history_1.size(), -1);
         }
-        vfl::connection_entry& e = it->second;
+        plain_entry& e = it->second;
         e.l7_protocol = protocol % 128;
         e.tx_bytes = load<u64>(r, 48);
         e.rx_bytes = load<u64>(r, 56);
