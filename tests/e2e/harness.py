@@ -1,9 +1,11 @@
 """What the end-to-end tests share: the helper inside Wine, the driver's text channel and its log, runs of vfl.exe."""
 import atexit
-
+import os
 import pathlib
+import select
 import struct
 import subprocess
+import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 BUILD = ROOT / "build/windows"
@@ -117,6 +119,55 @@ class Run:
             raise RuntimeError(f"vfl.exe {arguments}: {' '.join(answer)}")
         self.code = int(answer[1])
         self.out, self.err = (f.read_bytes() for f in files)
+
+
+class Streaming:
+    """A vfl.exe that goes on until it is killed; what it prints is read from pipes as it comes."""
+
+    def __init__(self, arguments):
+        self.process = subprocess.Popen([WINE, str(VFL), *arguments.split()], stdin=subprocess.DEVNULL,
+                                        stdout=subprocess.PIPE, stderr=subprocess.PIPE, bufsize=0)
+        self.kept = {self.process.stdout: b"", self.process.stderr: b""}
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.stop()
+
+    def stop(self):
+        self.process.kill()
+        self.process.wait()
+        for stream in self.kept:
+            stream.close()
+
+    def _until(self, stream, enough):
+        """Reads until enough(bytes) gives a length; takes that much."""
+        deadline = time.monotonic() + 20
+        while (length := enough(self.kept[stream])) is None:
+            # Both pipes are emptied, or the one that nobody reads would fill up and stop the program.
+            ready, _, _ = select.select(list(self.kept), [], [], max(0, deadline - time.monotonic()))
+            for s in ready:
+                data = os.read(s.fileno(), 65536)
+                if not data and s is stream:
+                    raise RuntimeError(f"the program ended after {self.kept[stream]!r}")
+                self.kept[s] += data
+            if not ready:
+                raise RuntimeError(f"nothing more in 20 s after {self.kept[stream][-200:]!r}")
+        taken, self.kept[stream] = self.kept[stream][:length], self.kept[stream][length:]
+        return taken
+
+    def out(self, count):
+        return self._until(self.process.stdout, lambda kept: count if len(kept) >= count else None)
+
+    def err(self, count):
+        return self._until(self.process.stderr, lambda kept: count if len(kept) >= count else None)
+
+    def err_line(self):
+        return self._until(self.process.stderr, lambda kept: kept.find(b"\n") + 1 or None)
+
+    def out_until(self, end):
+        return self._until(self.process.stdout, lambda kept: kept.find(end) + len(end) if end in kept else None)
 
 
 def sc(*words):
