@@ -1,0 +1,101 @@
+#include "cl/sys/library_table.hpp"
+
+#include "cl/file/string_util.hpp"
+#include "cl/file/text_convert.hpp"
+#include "cl/sys/scramble.hpp"
+
+#include <memory>
+
+namespace cl {
+
+namespace {
+
+constexpr char scramble_mark = '.';
+
+class section_guard {
+public:
+    explicit section_guard(os::critical_section& section) : section_(section) { section_.enter(); }
+    ~section_guard() { section_.leave(); }
+    section_guard(const section_guard&) = delete;
+    section_guard& operator=(const section_guard&) = delete;
+
+private:
+    os::critical_section& section_;
+};
+
+// Never destroyed: bindings may be released at the very end of the process, and by any thread.
+alignas(library_table) constinit unsigned char storage[sizeof(library_table)]{};
+
+} // namespace
+
+library_table& libraries = reinterpret_cast<library_table&>(storage);
+
+void create_libraries(const module_calls& calls) {
+    std::construct_at(&libraries, calls);
+}
+
+module_handle library_table::load_library(const std::wstring& library) {
+    if (library.find(L'\\') != std::wstring::npos)
+        return calls_.load(library.c_str());
+
+    std::wstring name = library;
+    if (name.starts_with(scramble_mark)) {
+        std::string text = wide_to_narrow(name.substr(1), 0);
+        unscramble(text);
+        name = narrow_to_wide(text, 0);
+    }
+    if (!folders_known_) {
+        system_folder_ = with_backslash(calls_.system_folder());
+        windows_folder_ = with_backslash(calls_.windows_folder());
+        folders_known_ = true;
+    }
+    // The system's own search order would take a library from the current folder or from that of the
+    // executable. A bare name must never get there, not even when a folder is unknown.
+    for (const std::wstring* folder : {&system_folder_, &windows_folder_}) {
+        if (folder->empty())
+            continue;
+        if (const module_handle module = calls_.load((*folder + name).c_str()))
+            return module;
+    }
+    return nullptr;
+}
+
+entry_point bind_entry_point(library_table& table, const std::wstring& library, const std::string& function,
+                             bool release_if_missing) {
+    module_handle module = nullptr;
+    {
+        const section_guard lock(table.lock_);
+        const auto [place, added] = table.records_.try_emplace(library);
+        if (added)
+            place->second.module = table.load_library(library);
+        else
+            ++place->second.references;
+        module = place->second.module;
+    }
+    if (!module)
+        return nullptr;
+
+    entry_point address = nullptr;
+    if (function.starts_with(scramble_mark)) {
+        std::string text = function.substr(1);
+        unscramble(text);
+        address = table.calls_.find(module, text.c_str());
+    } else {
+        address = table.calls_.find(module, function.c_str());
+    }
+    if (!address && release_if_missing)
+        release_library(table, library);
+    return address;
+}
+
+void release_library(library_table& table, const std::wstring& library) {
+    const section_guard lock(table.lock_);
+    const auto place = table.records_.find(library);
+    if (place == table.records_.end() || --place->second.references != 0)
+        return;
+    if (place->second.module)
+        table.calls_.free(place->second.module);
+    table.records_.erase(place);
+}
+
+} // namespace cl

@@ -1,0 +1,77 @@
+// Libraries that are loaded at run time: everything optional, late or dependent on the version of Windows is
+// reached through here. One counted record for each library; the library is unloaded with its last binding.
+#pragma once
+
+#include "cl/os/sync.hpp"
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <string>
+
+namespace cl {
+
+// Opaque; null when a library isn't loaded.
+using module_handle = void*;
+
+// An exported function of unknown type.
+using entry_point = void (*)();
+
+// What the table asks of the system.
+struct module_calls {
+    module_handle (*load)(const wchar_t* path); // null on failure
+    void (*free)(module_handle module);
+    entry_point (*find)(module_handle module, const char* function); // null when missing
+    // Folders, the system one first; empty when the query fails.
+    std::wstring (*system_folder)();
+    std::wstring (*windows_folder)();
+};
+
+// Any thread may use a table. Names are compared exactly, so that a library under two spellings is two
+// records. The table takes its lock across the load and the unload of a library.
+class library_table {
+public:
+    explicit library_table(const module_calls& calls) : calls_(calls) {}
+    library_table(const library_table&) = delete;
+    library_table& operator=(const library_table&) = delete;
+
+private:
+    friend entry_point bind_entry_point(library_table&, const std::wstring&, const std::string&, bool);
+    friend void release_library(library_table&, const std::wstring&);
+
+    struct record {
+        module_handle module = nullptr; // null also when the load failed; the record then stays
+        std::atomic<std::int32_t> references = 1;
+    };
+
+    module_handle load_library(const std::wstring& library);
+
+    const module_calls& calls_;
+    os::critical_section lock_;
+    std::map<std::wstring, record> records_;
+    // Fetched at the first load from a folder, each with a trailing backslash or empty.
+    std::wstring system_folder_, windows_folder_;
+    bool folders_known_ = false;
+};
+
+// Loads `library` unless it is loaded, and returns the address of `function`, or null. A name with a
+// backslash is a path; any other is looked for in the system folder and in the Windows folder, and nowhere
+// else. A leading point marks a scrambled name. An address holds one reference on the library, to be given
+// back with release_library; so does, unless release_if_missing, a library without the function. A library
+// that can't be loaded is not tried again under this name; nothing is to be released then.
+entry_point bind_entry_point(library_table& table, const std::wstring& library, const std::string& function,
+                             bool release_if_missing);
+
+// Drops one reference. A name that isn't bound is the caller's fault; nothing happens then.
+void release_library(library_table& table, const std::wstring& library);
+
+// The process's table. Usable from create_libraries on, and never destroyed.
+extern library_table& libraries;
+
+// Called once, ahead of `main`.
+void create_libraries(const module_calls& calls);
+
+// The calls of Windows.
+extern const module_calls windows_modules;
+
+} // namespace cl

@@ -1,0 +1,185 @@
+#include "cl/sys/os_edition.hpp"
+#include "cl/sys/os_info.hpp"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using cl::os_facts;
+
+os_facts system_of(std::uint32_t version, std::uint32_t build, std::uint32_t product_type = 1,
+                   std::uint32_t suite = 0) {
+    os_facts f;
+    f.shown = {version / 100, version % 100, build};
+    f.real = {version / 100, version % 100, 0xF0000000 | build};
+    f.platform_id = 2;
+    f.product_type = product_type;
+    f.suite_mask = suite;
+    f.processors = 1;
+    f.page_size = 4096;
+    f.lang_id = 0x409;
+    f.product_name = L"Some";
+    f.current_type = L"Type";
+    return f;
+}
+
+TEST(os_info, edition_words) {
+    constexpr std::uint32_t workstation = 1, controller = 2, server = 3;
+    struct row {
+        const wchar_t* words;
+        std::uint32_t version, product_type, suite;
+        bool server_r2 = false, media_center = false, starter = false;
+    };
+    const row rows[] = {
+        {L"", 1000, workstation, 0x100},
+        {L" Workstation", 400, workstation, 0},
+        {L" Professional", 500, workstation, 0},
+        {L" Professional", 501, workstation, 0},
+        {L" Home", 501, workstation, 0x200},
+        {L" Professional Home", 500, workstation, 0x200},
+        {L"", 502, workstation, 0},
+        {L" Server", 500, server, 0},
+        {L" Advanced Server", 500, server, 2},
+        {L" Datacenter Server", 500, server, 0x80},
+        {L" Professional Datacenter Server", 500, workstation, 0x80},
+        {L" Server 2003", 502, server, 0},
+        {L" Server 2003 R2", 502, server, 0, true},
+        {L" Home Server", 502, server, 0x8000},
+        {L" Home Server", 502, server, 0x8000, true},
+        {L" Home Server 2003", 502, server, 0x8040},
+        {L" Domain Controller", 502, controller, 0},
+        {L" Home Domain Controller", 502, controller, 0x8000},
+        {L" Server 2008", 600, server, 0},
+        {L" Domain Controller 2008", 600, controller, 0},
+        {L" Server 2008 R2", 601, server, 0},
+        {L" Server 2012", 602, server, 0},
+        {L" Server", 603, server, 0},
+        {L" Server", 1000, server, 0},
+        {L" Restricted Small Business Server 2008 R2", 601, server, 0x21},
+        {L" Small Business Server", 1000, workstation, 1},
+        {L" BackOffice Terminal Services", 1000, workstation, 0x14},
+        {L" Storage Server", 600, workstation, 0x2000},
+        {L" Datacenter Server 2008 Edition", 600, server, 0x80},
+        {L" Datacenter Edition", 1000, workstation, 0x80},
+        {L" Server 2008 R2 Web Enterprise Compute Cluster Edition", 601, server, 0x4402},
+        {L" Home Media Center Edition", 501, workstation, 0x200, false, true},
+        {L"", 601, workstation, 0, true, true},
+        {L" Starter Edition", 601, workstation, 0, false, false, true},
+        {L" Web Starter Edition", 601, workstation, 0x400, false, false, true},
+        {L" Security Appliance", 601, workstation, 0x1000},
+        {L" Web Edition Security Appliance", 601, workstation, 0x1400},
+    };
+    for (const row& r : rows) {
+        SCOPED_TRACE(testing::Message()
+                     << r.version << " type " << r.product_type << " suite " << std::hex << r.suite);
+        os_facts f = system_of(r.version, 1, r.product_type, r.suite);
+        f.server_r2 = r.server_r2;
+        f.media_center = r.media_center;
+        f.starter = r.starter;
+        EXPECT_EQ(cl::edition_words(f, r.version), r.words);
+    }
+    // Behind a mask the version and the shown numbers part: each rule goes by its own.
+    os_facts masked = system_of(400, 1381, workstation);
+    EXPECT_EQ(cl::edition_words(masked, 1000), L" Workstation");
+    masked = system_of(500, 2195, server, 2);
+    EXPECT_EQ(cl::edition_words(masked, 601), L" Server 2008 R2") << "no Enterprise where 5.0 is shown";
+}
+
+TEST(os_info, texts) {
+    struct row {
+        const char* name;
+        std::uint32_t version, build, sp_major, sp_minor, processors;
+        const wchar_t *product_name, *current_type;
+        const wchar_t *description, *product_text, *version_text;
+    };
+    const row rows[] = {
+        {"one processor", 601, 7600, 0, 0, 1, L"Windows 7 Professional", L"Multiprocessor Free",
+         L"Windows 7 Professional Multiprocessor Free (x64) v6.01.7600, LangId 0409",
+         L"Windows 7 Professional Multiprocessor Free", L"6.01.7600 (x64)"},
+        {"service pack 2, maker's name", 601, 7601, 2, 0, 8, L"Microsoft Windows", L"",
+         L"Windows  (x64) (8 procs) v6.01.7601, SP2, LangId 0409", L"Windows  (8 procs)",
+         L"6.01.7601, SP2 (x64)"},
+        {"service pack 2.10, name in lower case", 601, 7601, 2, 10, 1, L"microsoft Windows", L"T",
+         L"microsoft Windows T (x64) v6.01.7601, SP2.10, LangId 0409", L"microsoft Windows T",
+         L"6.01.7601, SP2.10 (x64)"},
+        {"no name in the registry", 1000, 19045, 0, 0, 4, L"", L"T",
+         L"Windows 10 (x64) (x64) (4 procs) v10.00.19045, LangId 0409", L"Windows 10 (x64) (4 procs)",
+         L"10.00.19045 (x64)"},
+        {"nothing but the maker", 600, 6002, 0, 5, 1, L"Microsoft ", L"T",
+         L" T (x64) v6.00.6002, SP0.05, LangId 0409", L" T", L"6.00.6002, SP0.05 (x64)"},
+    };
+    for (const row& r : rows) {
+        SCOPED_TRACE(r.name);
+        os_facts f = system_of(r.version, r.build);
+        f.sp_major = r.sp_major;
+        f.sp_minor = r.sp_minor;
+        f.processors = r.processors;
+        f.product_name = r.product_name;
+        f.current_type = r.current_type;
+        const cl::os_record os = cl::make_os_record(f);
+        EXPECT_EQ(os.description, r.description);
+        EXPECT_EQ(os.product_text, r.product_text);
+        EXPECT_EQ(os.version_text, r.version_text);
+        EXPECT_EQ(os.sp_value, r.sp_major * 100 + r.sp_minor);
+        EXPECT_EQ(os.build, r.build) << "without the flag bits";
+        EXPECT_FALSE(os.version_masked);
+    }
+}
+
+TEST(os_info, versions) {
+    struct row {
+        std::uint32_t version;
+        const wchar_t* short_name;
+        bool at_least[4];
+    };
+    const row rows[] = {
+        {600, L"Windows NT", {}},
+        {601, L"Windows 7 (x64)", {true}},
+        {602, L"Windows 8 (x64)", {true, true}},
+        {603, L"Windows 8.1 (x64)", {true, true, true}},
+        {604, L"Windows 10 (x64)", {true, true, true, true}},
+        {1000, L"Windows 10 (x64)", {true, true, true, true}},
+    };
+    for (const row& r : rows) {
+        SCOPED_TRACE(r.version);
+        const cl::os_record os = cl::make_os_record(system_of(r.version, 1));
+        EXPECT_EQ(os.version, r.version);
+        EXPECT_EQ(os.major * 100 + os.minor, r.version);
+        EXPECT_STREQ(os.short_name, r.short_name);
+        const bool got[4] = {os.at_least_601, os.at_least_602, os.at_least_603, os.at_least_604};
+        EXPECT_TRUE(std::equal(got, got + 4, r.at_least));
+        EXPECT_TRUE(os.valid);
+        EXPECT_EQ(os.registry_view, 0x100u);
+        EXPECT_EQ(os.page_size, 4096u);
+    }
+}
+
+TEST(os_info, a_masked_version_and_an_unknown_platform) {
+    os_facts f = system_of(1000, 19045, 3);
+    f.shown = {6, 0, 6002};
+    f.sp_major = 2;
+    f.build_lab = L"lab";
+    const cl::os_record masked = cl::make_os_record(f);
+    EXPECT_TRUE(masked.version_masked);
+    EXPECT_EQ(masked.version, 1000u);
+    EXPECT_EQ(masked.build, 19045u);
+    EXPECT_EQ(masked.sp_major + masked.sp_value, 0u);
+    EXPECT_EQ(masked.version_text, L"10.00.19045 Server (x64)");
+    EXPECT_EQ(masked.build_lab, L"lab");
+
+    f.build_lab_ex = L"long lab";
+    EXPECT_EQ(cl::make_os_record(f).build_lab, L"long lab");
+    f.shown = {10, 0, 19044};
+    EXPECT_TRUE(cl::make_os_record(f).version_masked) << "the build alone differs";
+
+    f.platform_id = 3;
+    const cl::os_record unknown = cl::make_os_record(f);
+    EXPECT_EQ(unknown.product, L"unknown");
+    EXPECT_EQ(unknown.build, 19044u) << "the first reading stands";
+    EXPECT_EQ(unknown.sp_major, 0u);
+    EXPECT_FALSE(unknown.at_least_601);
+    EXPECT_EQ(unknown.description, L"unknown (x64) v10.00.19044, LangId 0409");
+    EXPECT_EQ(unknown.registry_view, 0x100u);
+}
+
+} // namespace
