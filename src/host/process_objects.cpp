@@ -2,7 +2,12 @@
 // Destruction is the reverse. No other file has a dynamic initialiser or a global with a destructor; the
 // build checks it.
 //
-// What other threads may still touch at the end (the lists, the timer) is shut down here and never destroyed.
+// What other threads may still touch at the end (the lists, the timer, the library table, the records of
+// system and processor) is shut down here, or stays as it is, and is never destroyed.
+#include "cl/sys/cpu_info.hpp"
+#include "cl/sys/library_table.hpp"
+#include "cl/sys/os_info.hpp"
+#include "cl/sys/scrambled_bindings.hpp"
 #include "cl/time/passive_timer.hpp"
 #include "cl/trace/list/console.hpp"
 #include "cl/trace/list/stream_trace.hpp"
@@ -19,6 +24,11 @@ constinit bool console_application = true;
 } // namespace cl
 
 namespace {
+
+// First of all: whoever opens a registry key takes the registry's view from the record.
+struct os_setup {
+    os_setup() { cl::fill_os_info(cl::read_os_facts()); }
+} set_up_os;
 
 // The timer "slow" runs all that may be late. It comes ahead of everything that arms it, so that it ends
 // after that. Its place is constant-initialised: an object that is, too, may point to it.
@@ -66,6 +76,17 @@ struct list_setup {
     list_setup(const list_setup&) = delete;
     list_setup& operator=(const list_setup&) = delete;
 } set_up_lists;
+
+// Ahead of everything that is bound at run time, and so of everything below.
+struct library_setup {
+    library_setup() { cl::create_libraries(cl::windows_modules); }
+} set_up_libraries;
+cl::scrambled_bindings scrambled;
+
+// The clock and the seeds read it.
+struct cpu_setup {
+    cpu_setup() { cl::fill_cpu_info(); }
+} set_up_cpu;
 
 // The last, so that its end is the first act of the end: what is due by then is called while all is still
 // there. A callback that never returns blocks the end of the process here.
