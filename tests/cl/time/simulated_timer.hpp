@@ -6,8 +6,8 @@
 struct simulated_timer final : cl::base_timer {
     static inline std::uint32_t now = 0;
 
-    explicit simulated_timer(std::uint32_t start, bool blocking_stop = false)
-        : base_timer((now = start, "simulated"), blocking_stop, [] { return now; }) {
+    explicit simulated_timer(std::uint32_t start, bool blocking = false)
+        : base_timer((now = start, "simulated"), blocking, [] { return now; }) {
         ready = true;
     }
 

@@ -21,7 +21,7 @@ struct action {
 
 struct generator {
     std::mt19937 random;
-    std::uint32_t below(std::uint32_t n) { return random() % n; }
+    std::uint32_t below(std::uint32_t n) { return static_cast<std::uint32_t>(random() % n); }
 
     std::uint32_t interval() {
         switch (below(10)) {

@@ -1,0 +1,229 @@
+#include "cl/time/passive_timer.hpp"
+
+#include "simulated_timer.hpp"
+
+#include <gtest/gtest.h>
+#include <thread>
+
+using namespace cl;
+
+namespace {
+
+std::uint64_t address(event_base& e) {
+    return reinterpret_cast<std::uint64_t>(&e);
+}
+
+// A timer whose passes run on a thread of the test, and whose waiting stops spin.
+struct spinning {
+    simulated_timer timer{0};
+    std::jthread worker{[this](std::stop_token stop) {
+        while (!stop.stop_requested()) {
+            timer.pass_after(0);
+            std::this_thread::yield();
+        }
+    }};
+};
+
+} // namespace
+
+TEST(passive_timer, fires_once_or_repeatedly) {
+    passive_timer timer("test");
+    EXPECT_TRUE(timer.ready);
+    EXPECT_EQ(timer.name, "test");
+    timer_handle single{nullptr}, repeated{nullptr};
+    event fired, third;
+    std::atomic<int> calls{0};
+    timer.start(
+        &single, [&] { fired.set(); }, 30, timer_once, false);
+    EXPECT_EQ(single.load(), &timer);
+    timer.start(
+        &repeated,
+        [&] {
+            if (++calls == 3)
+                third.set();
+        },
+        2, 0, false);
+    fired.wait();
+    third.wait();
+    EXPECT_TRUE(stop(&repeated, true, false));
+    timer.flush_sweep(0);
+    EXPECT_EQ(single.load(), nullptr);
+    EXPECT_FALSE(stop(&single, true, false));
+}
+
+// Both ways to wait: on an event, and spinning.
+TEST(passive_timer, a_waiting_stop_returns_after_the_callback) {
+    passive_timer blocking("test");
+    spinning s;
+    for (base_timer* timer : {static_cast<base_timer*>(&blocking), static_cast<base_timer*>(&s.timer)})
+        for (const bool force : {false, true}) {
+            timer_handle key{nullptr};
+            event begun, go_on;
+            int calls = 0; // plain: the stop orders it after the callback
+            timer->start(
+                &key,
+                [&] {
+                    begun.set();
+                    go_on.wait();
+                    ++calls;
+                },
+                0, timer_once, false);
+            begun.wait();
+            // Without `wait` it returns while the callback runs. The handle is null from then on.
+            std::uint32_t stops = timer->stops;
+            if (force) {
+                EXPECT_TRUE(timer->stop(&key, false, false));
+                ++stops;
+            }
+            std::thread releases([&] {
+                for (bool waits = false; !waits; std::this_thread::yield()) {
+                    const mutex_auto scope(timer->lock, true);
+                    waits = timer->stops != stops;
+                }
+                go_on.set();
+            });
+            EXPECT_TRUE(timer->stop(&key, true, force));
+            EXPECT_EQ(calls, 1);
+            EXPECT_EQ(key.load(), nullptr);
+            releases.join();
+        }
+}
+
+TEST(passive_timer, an_event_may_go_after_the_stop_of_its_entry) {
+    passive_timer timer("test");
+    for (int round = 0; round < 200; ++round) {
+        timer_handle key{nullptr};
+        event signal, fired;
+        int calls = 0;
+        timer.start(
+            &key,
+            [&] {
+                ++calls;
+                fired.set();
+            },
+            address(signal), timer_on_event, false);
+        if (round % 2) {
+            signal.set();
+            fired.wait();
+        }
+        EXPECT_TRUE(stop(&key, true, false));
+        EXPECT_EQ(calls, round % 2);
+    }
+}
+
+TEST(passive_timer, a_sweep_is_flushed_through) {
+    passive_timer timer("test");
+    timer_handle key{nullptr};
+    int calls = 0;
+    for (int round = 1; round <= 500; ++round) {
+        timer.start(
+            &key, [&] { ++calls; }, 0, timer_once, false);
+        timer.flush_sweep(0);
+        ASSERT_EQ(calls, round);
+    }
+}
+
+TEST(passive_timer, a_closed_gate_delays) {
+    static std::atomic<int> refused, passed;
+    refused = passed = 0;
+    passive_timer timer("test");
+    timer_handle key{nullptr};
+    event fired;
+    timer.gate = [](bool enter) {
+        if (!enter)
+            ++passed;
+        return !enter || ++refused > 5;
+    };
+    timer.start(
+        &key, [&] { fired.set(); }, 0, timer_once, false);
+    fired.wait();
+    timer.gate = [](bool) { return true; };
+    timer.flush_sweep(0);
+    EXPECT_GE(refused, 6);
+    EXPECT_GE(passed, 1);
+}
+
+TEST(passive_timer, what_has_not_fired_at_the_end_is_dropped) {
+    timer_handle keys[3]{};
+    event signal;
+    {
+        passive_timer timer("test");
+        const auto never = [] { ADD_FAILURE(); };
+        timer.start(&keys[0], never, 60000, timer_once, false);
+        timer.start(&keys[1], never, address(signal), timer_on_event, false);
+        timer.shut_down();
+        EXPECT_FALSE(timer.ready || timer.is_running());
+        timer.shut_down();
+        // From now on it does nothing, for any thread.
+        timer.start(&keys[2], never, 0, timer_once, false);
+        EXPECT_EQ(keys[2].load(), nullptr);
+        EXPECT_FALSE(stop(&keys[0], true, false));
+        EXPECT_EQ(keys[0].load(), nullptr);
+        timer.flush_sweep(0);
+    }
+}
+
+TEST(passive_timer, without_threads_it_takes_entries_and_waits_for_nobody) {
+    no_timer_threads = true;
+    {
+        passive_timer timer("test");
+        timer_handle timed{nullptr}, driven{nullptr};
+        event signal;
+        const auto never = [] { ADD_FAILURE(); };
+        EXPECT_TRUE(timer.ready);
+        EXPECT_FALSE(timer.is_running());
+        timer.start(&timed, never, 0, timer_once, false);
+        timer.start(&driven, never, address(signal), timer_on_event, false);
+        timer.flush_sweep(0);
+        EXPECT_TRUE(stop(&driven, true, false));
+        EXPECT_EQ(timed.load(), &timer);
+    }
+    no_timer_threads = false;
+}
+
+// The order of locks: a user's own, then the timer's.
+TEST(passive_timer, a_user_may_hold_its_lock_across_start) {
+    passive_timer timer("test");
+    timer_handle key{nullptr};
+    mutex own;
+    int calls = 0, armed = 0;
+    const auto arm = [&] {
+        for (int n = 0; n < 1000; ++n) {
+            const mutex_auto scope(own, true);
+            ++armed;
+            timer.start(
+                &key,
+                [&] {
+                    const mutex_auto inner(own, true);
+                    ++calls;
+                },
+                0, timer_once, n % 3 == 0);
+        }
+    };
+    std::thread second(arm);
+    arm();
+    second.join();
+    timer.flush_sweep(0);
+    const mutex_auto scope(own, true);
+    EXPECT_EQ(armed, 2000);
+    EXPECT_GE(calls, 1);
+}
+
+using passive_timer_death_test = ::testing::Test;
+
+TEST(passive_timer_death_test, a_process_ends_with_entries_armed) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            static timer_handle keys[3];
+            static event signal;
+            static passive_timer timer("test");
+            const auto never = [] { std::abort(); };
+            timer.start(&keys[0], never, 60000, timer_once, false);
+            timer.start(&keys[1], never, address(signal), timer_on_event, false);
+            timer.start(
+                &keys[2], [] { std::fputs("fired", stderr); }, 0, timer_once, false);
+            std::exit(7);
+        },
+        ::testing::ExitedWithCode(7), "fired");
+}
