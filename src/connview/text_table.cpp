@@ -49,23 +49,33 @@ std::wstring& text_table::render(std::wstring& out) {
     if (alignment.size() < widths.size())
         alignment.resize(widths.size(), 'd');
 
+    // Where each column starts, and whether it is aligned to the right. A start beyond what a string can hold
+    // stays there, and a row that needs it fails like any text that is too long.
+    std::vector<std::size_t> starts(widths.size());
+    std::vector<bool> right(widths.size());
+    const std::size_t limit = out.max_size();
+    std::size_t start = 0;
+    for (std::size_t i = 0; i < widths.size(); ++i) {
+        starts[i] = start;
+        right[i] = (alignment[i] == 'd' ? default_alignment : alignment[i]) == 'r';
+        const std::size_t gap = spacing[i] < 0 ? default_spacing : static_cast<std::size_t>(spacing[i]);
+        start = std::min(limit, start + widths[i] + std::min(limit, gap));
+    }
+
     out.clear();
     for (const auto& row : rows) {
+        std::size_t count = row.size();
+        while (count > 0 && row[count - 1].empty())
+            --count;
         out += line_prefix;
-        std::size_t pad = 0; // blanks owed to the next cell
-        for (std::size_t i = 0; i < row.size(); ++i) {
+        const std::size_t line = out.size();
+        if (count > 0)
+            out.append(starts[count - 1] + (right[count - 1] ? widths[count - 1] : row[count - 1].size()),
+                       L' ');
+        for (std::size_t i = 0; i < count; ++i) {
             const std::wstring& cell = row[i];
-            const std::size_t room = widths[i] - cell.size();
-            if (cell.empty()) {
-                pad += room;
-            } else if ((alignment[i] == 'd' ? default_alignment : alignment[i]) == 'r') {
-                out.append(pad + room, L' ').append(cell);
-                pad = 0;
-            } else {
-                out.append(pad, L' ').append(cell);
-                pad = room;
-            }
-            pad += spacing[i] < 0 ? default_spacing : static_cast<std::size_t>(spacing[i]);
+            const std::size_t at = line + starts[i] + (right[i] ? widths[i] - cell.size() : 0);
+            cell.copy(out.data() + at, cell.size());
         }
         out += line_suffix;
     }

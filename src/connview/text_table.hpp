@@ -34,7 +34,7 @@ struct text_table {
 
     // Writes the table to `out` in place of what is there, and returns `out`. A column is as wide as its
     // widest cell in UTF-16 code units. No line has blanks at its end. Extends spacing and alignment to the
-    // number of columns.
+    // number of columns. A line longer than a string can be throws as a string does.
     std::wstring& render(std::wstring& out);
 };
 
