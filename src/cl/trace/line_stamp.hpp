@@ -1,0 +1,50 @@
+// The text at the start of each line of the log: the time of day, and a prefix.
+#pragma once
+
+#include "cl/os/clock.hpp"
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace cl {
+
+// How a stamp is written. The texts are literals or live as long as every stamp made with them.
+struct stamp_format {
+    const char* time_format; // for hour, minute and second
+    const char* ms_format;   // for the millisecond
+    const char* time_sep;    // between the time and the line
+    const char* line_prefix; // behind all this
+};
+
+// What a new file_trace takes over. An executable that wants another form changes this before it makes one.
+extern stamp_format default_stamp_format;
+
+// Belongs to one thread at a time.
+class line_stamp {
+public:
+    static constexpr std::size_t size = 32; // with the terminator; what does not fit is cut
+
+    explicit line_stamp(const stamp_format& format) : format_(format) {}
+
+    // The stamp without a time.
+    void make();
+    void make(const os::local_time& now, bool with_ms);
+
+    std::string_view text() const { return {stamp, length_}; }
+
+private:
+    // No time of day.
+    static constexpr std::uint64_t none = ~std::uint64_t{0};
+
+    void close(std::size_t at);
+
+    char stamp[size] = {};
+    std::size_t length_ = 0;
+    stamp_format format_;
+    // What the text shows: formatting costs far more than the test whether anything has changed.
+    std::uint64_t shown_second_ = none, shown_ms_ = none;
+    std::size_t second_length_ = 0; // hour, minute and second as formatted
+};
+
+} // namespace cl
