@@ -8,8 +8,8 @@ debug_trace::~debug_trace() {
     debug_trace::flush(false);
 }
 
-void debug_trace::emit(const char* line) {
-    os::debug_text(line);
+void debug_trace::emit(const char* text) {
+    os::debug_text(text);
 }
 
 } // namespace cl

@@ -11,7 +11,7 @@ public:
     ~debug_trace() override;
 
 protected:
-    void emit(const char* line) override;
+    void emit(const char* text) override;
 };
 
 } // namespace cl

@@ -9,20 +9,18 @@ namespace cl {
 constinit stamp_format default_stamp_format{"%02?%02?%02?", "'%03?", " ", ""};
 
 void line_stamp::make() {
-    shown_second_ = none;
+    shown_ = none;
     close(0);
 }
 
-void line_stamp::make(const os::local_time& now, bool with_ms) {
-    const std::uint64_t second =
-        (std::uint64_t{now.hour} << 32) | (std::uint64_t{now.minute} << 16) | now.second;
-    const std::uint64_t ms = with_ms ? now.millisecond : none;
-    if (second == shown_second_ && ms == shown_ms_)
-        return;
-    if (second != shown_second_) {
+void line_stamp::change(const os::local_time& now, bool with_ms) {
+    const std::uint64_t time = packed(now);
+    if (time >> 16 != shown_ >> 16) {
         basic_sformat<char>(stamp, size, format_.time_format) << now.hour << now.minute << now.second;
         second_length_ = std::strlen(stamp);
     }
+    shown_ = time;
+    with_ms_ = with_ms;
     std::size_t at = second_length_;
     if (with_ms) {
         basic_sformat<char>(stamp + at, size - at, format_.ms_format) << now.millisecond;
@@ -30,8 +28,6 @@ void line_stamp::make(const os::local_time& now, bool with_ms) {
     }
     const std::size_t n = strnlen(format_.time_sep, size - 1 - at);
     std::memcpy(stamp + at, format_.time_sep, n);
-    shown_second_ = second;
-    shown_ms_ = ms;
     close(at + n);
 }
 

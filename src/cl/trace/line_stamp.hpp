@@ -29,21 +29,31 @@ public:
 
     // The stamp without a time.
     void make();
-    void make(const os::local_time& now, bool with_ms);
+    void make(const os::local_time& now, bool with_ms) {
+        // Formatting costs far more than the test whether anything has changed.
+        if (packed(now) != shown_ || with_ms != with_ms_)
+            change(now, with_ms);
+    }
 
     std::string_view text() const { return {stamp, length_}; }
 
 private:
-    // No time of day.
+    // The time of day in one number; this one is none.
     static constexpr std::uint64_t none = ~std::uint64_t{0};
+    static std::uint64_t packed(const os::local_time& t) {
+        return std::uint64_t{t.hour} << 48 | std::uint64_t{t.minute} << 32 | std::uint64_t{t.second} << 16 |
+               t.millisecond;
+    }
 
+    void change(const os::local_time& now, bool with_ms);
     void close(std::size_t at);
 
     char stamp[size] = {};
     std::size_t length_ = 0;
     stamp_format format_;
-    // What the text shows: formatting costs far more than the test whether anything has changed.
-    std::uint64_t shown_second_ = none, shown_ms_ = none;
+    // What the text shows.
+    std::uint64_t shown_ = none;
+    bool with_ms_ = false;
     std::size_t second_length_ = 0; // hour, minute and second as formatted
 };
 

@@ -30,7 +30,7 @@ public:
 protected:
     // Takes the name and one line, zero-terminated. Called with `lock` held, so it must not write to this
     // sink.
-    virtual void emit(const char* line) = 0;
+    virtual void emit(const char* text) = 0;
 
 private:
     // What the debugger takes in one piece, without the line feed.

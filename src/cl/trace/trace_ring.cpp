@@ -1,8 +1,6 @@
 #include "cl/trace/trace_ring.hpp"
 
-#include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <utility>
 
 namespace cl {
@@ -21,6 +19,12 @@ void trace_ring::append(std::string_view text) noexcept {
         from += n;
         left -= n;
     }
+}
+
+void trace_ring::append_pieces(std::string_view start, std::string_view body, std::string_view end) noexcept {
+    append(start);
+    append(body);
+    append(end);
 }
 
 std::string_view trace_ring::front() noexcept {

@@ -21,7 +21,7 @@ using texts = std::vector<std::string>;
 
 struct kept_lines : lined_trace {
     explicit kept_lines(const char* name = "") : lined_trace(name) {}
-    void emit(const char* line) override { lines.emplace_back(line); }
+    void emit(const char* text) override { lines.emplace_back(text); }
     texts lines;
 };
 

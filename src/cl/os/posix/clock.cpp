@@ -24,8 +24,13 @@ void sleep_ms(std::uint32_t ms) {
 local_time now_local() {
     timespec t{};
     clock_gettime(CLOCK_REALTIME, &t);
-    tm b{};
-    localtime_r(&t.tv_sec, &b);
+    // The calendar changes with the second at most, and finding it out costs more than a line of the log.
+    thread_local tm b{};
+    thread_local time_t shown = -1;
+    if (t.tv_sec != shown) {
+        localtime_r(&t.tv_sec, &b);
+        shown = t.tv_sec;
+    }
     const auto u16 = [](long v) { return static_cast<std::uint16_t>(v); };
     return {u16(b.tm_year + 1900), u16(b.tm_mon + 1), u16(b.tm_mday),          u16(b.tm_hour),
             u16(b.tm_min),         u16(b.tm_sec),     u16(t.tv_nsec / 1000000)};
