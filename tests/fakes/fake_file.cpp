@@ -93,7 +93,15 @@ std::shared_ptr<file_node>& make(const std::wstring& path) {
     return file;
 }
 
-void remove_node(const file_node* file) {
+// Cuts a file; what it held is free again.
+void shrink(file_node& file, std::size_t size) {
+    if (s.space_left != unlimited)
+        s.space_left += file.bytes.size() - size;
+    file.bytes.resize(size);
+}
+
+void remove_node(file_node* file) {
+    shrink(*file, 0);
     std::erase_if(s.files, [&](const auto& entry) { return entry.second.get() == file; });
 }
 
@@ -394,7 +402,7 @@ std::uint32_t open_file(const wchar_t* path, const file_request& request, file_h
     opened.share = request.share;
     opened.removes = request.attributes & delete_on_close;
     if (node && truncates) {
-        node->bytes.clear();
+        shrink(*node, 0);
         touch(*node);
     }
     file = s.next_handle++;
@@ -500,7 +508,10 @@ std::uint32_t set_end_of_file(file_handle file) {
             return c.done(error_disk_full);
         s.space_left -= size - bytes.size();
     }
-    bytes.resize(size);
+    if (size < bytes.size())
+        shrink(*o->file, size);
+    else
+        bytes.resize(size);
     touch(*o->file);
     return 0;
 }

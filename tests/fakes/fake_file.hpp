@@ -66,6 +66,7 @@ struct disk {
     static void cut_read(std::uint64_t n);
     static void cut_write(std::uint64_t n);
     // Files may grow by n bytes in all from now. The write that needs more takes what fits; then error 112.
+    // What is cut off or removed is free again.
     static void set_space(std::uint64_t n);
     // The n-th call from now is the last that works: all later ones fail with `error` and do nothing, and
     // closing only forgets the handle. restart ends that: the handles of the dead process are gone, and so
