@@ -52,6 +52,13 @@ for preset in $presets; do
             for exe in unit_tests_real unit_tests_fake; do
                 TZ=XYZ-3 run "$preset $exe" timeout 300 "build/$preset/tests/$exe"
             done
+            # The inputs that the fuzzers start from.
+            if [ "$preset" = asan ]; then
+                for seeds in fuzz/seeds/*; do
+                    name=$(basename "$seeds")
+                    run "asan replay_$name" timeout 60 "build/asan/fuzz/replay_$name" "$seeds"
+                done
+            fi
         else failed=$((failed + 1)); fi ;;
     esac
 done
