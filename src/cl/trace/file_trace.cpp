@@ -142,7 +142,7 @@ void file_trace::append_lines(std::string_view text, const char* feed) {
 
 // What stands ahead of the text that comes next.
 std::string_view file_trace::line_start() const {
-    return at_line_start ? stamp.text() : std::string_view();
+    return stamp.text().substr(0, at_line_start ? std::string_view::npos : 0);
 }
 
 bool file_trace::can_grow() const {
@@ -296,7 +296,9 @@ void file_trace::rotate_if_larger(std::uint32_t limit) {
 }
 
 void file_trace::on_open(mutex_auto&, file_hnd& file) {
-    file.seek(0, 2);
+    // At any other place a write would overwrite the log; a closed file takes none.
+    if (file.seek(0, 2) < 0)
+        file.close();
 }
 
 void file_trace::on_close(mutex_auto&, file_hnd&) {}
