@@ -1,5 +1,8 @@
 #include "cl/file/text_convert.hpp"
 
+#include "guard_page.hpp"
+
+#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace {
@@ -41,22 +44,26 @@ TEST(text_convert, utf16_to_utf8) {
     EXPECT_EQ(cl::utf16_to_utf8(static_cast<const wchar_t*>(nullptr)), "");
 }
 
-// Every size of the target around the text's length: the text as far as it fits, a zero behind it, and
-// nothing written beyond the target's end.
+// Every size of the target around the text's length: the text as far as it fits and a zero behind it. Both
+// arrays end at an inaccessible page.
 template <class Dst, class Src, class Convert>
-void check_buf(Convert convert, const Src* src, const std::basic_string<Dst>& whole) {
-    constexpr Dst mark = 0x55;
+void check_buf(Convert convert, const Src* text, const std::basic_string<Dst>& whole) {
+    const guard_page source, target;
+    const Src* src = nullptr;
+    if (text) {
+        const std::basic_string<Src> copy = text;
+        src = std::copy_n(copy.c_str(), copy.size() + 1, source.last<Src>(copy.size() + 1)) - copy.size() - 1;
+    }
     for (std::int64_t size = -1; size <= 14; ++size) {
         SCOPED_TRACE(size);
-        Dst dst[16];
-        std::fill(std::begin(dst), std::end(dst), mark);
-        EXPECT_EQ(convert(dst, src, size), dst);
         const auto n = static_cast<std::size_t>(std::max<std::int64_t>(size, 0));
+        Dst* const dst = target.last<Dst>(n);
+        std::fill_n(dst, n, Dst(0x55));
+        EXPECT_EQ(convert(dst, src, size), dst);
         if (n) {
             EXPECT_EQ(std::basic_string<Dst>(dst), whole.substr(0, n - 1));
-            EXPECT_EQ(dst[n - 1], src ? Dst(0) : dst[n - 1]);
+            EXPECT_EQ(dst[n - 1], src || n == 1 ? Dst(0) : Dst(0x55));
         }
-        EXPECT_TRUE(std::all_of(dst + n, std::end(dst), [](Dst c) { return c == mark; }));
     }
     EXPECT_EQ(convert(nullptr, src, 5), nullptr);
 }
