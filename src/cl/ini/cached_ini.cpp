@@ -1,0 +1,341 @@
+#include "cl/ini/cached_ini.hpp"
+
+#include "cl/file/random_gen.hpp"
+#include "cl/file/uni_file.hpp"
+#include "cl/format/format.hpp"
+#include "cl/ini/ini_merge.hpp"
+#include "cl/os/clock.hpp"
+#include "cl/trace/list/trace_list.hpp"
+
+namespace cl {
+
+namespace {
+
+// How long a file that others hold is waited for, by the sum of the pauses.
+constexpr std::uint32_t open_budget_ms = 5000;
+// The pauses are of random length, from 50 ms on, so that two processes don't retry in step.
+constexpr std::uint32_t shortest_pause_ms = 50;
+constexpr std::uint32_t load_spread_ms = 50;
+constexpr std::uint32_t flush_spread_ms = 200;
+
+bool open_patiently(const ini_file& target, uni_file& file, bool read_only, std::uint32_t spread_ms) {
+    for (std::uint32_t waited = 0; waited < open_budget_ms;) {
+        if (target.open_ini(file, read_only, false))
+            return true;
+        if (!file.was_sharing_violation())
+            return false;
+        const std::uint32_t pause =
+            backoff_rng.next() * spread_ms / backoff_generator::modulus + shortest_pause_ms;
+        os::sleep_ms(pause);
+        waited += pause;
+    }
+    return false;
+}
+
+} // namespace
+
+cached_ini::cached_ini(base_timer& slow) : sections(std::make_unique<ini_sections>()), timer(slow) {}
+
+cached_ini::~cached_ini() {
+    mutex_auto scope(lock, false);
+    // At the end of a process the other threads may be dead, and one of them may have died with the lock in
+    // its hands: nothing can be saved then.
+    while (!scope.try_lock() || flushing) {
+        if (timer.worker_lost())
+            break;
+        scope.unlock();
+        os::sleep_ms(1);
+    }
+    if (scope.locked) {
+        cached_ini::flush_unlocked(scope);
+        attached = false;
+        alive = false;
+        scope.unlock();
+    } else {
+        static_cast<void>(sections.release()); // may be half changed
+    }
+    // Through the timer, because a handle may be null though its entry isn't gone.
+    timer.stop(&flush_timer, true, false);
+    stop(&spare_timer, true, false);
+}
+
+// ---- lookups
+
+bool cached_ini::get_value_unlocked(const std::wstring& section, const std::wstring& key,
+                                    std::wstring& value) {
+    return sections->value(section, key, value);
+}
+
+bool cached_ini::get_value(const std::wstring& section, const std::wstring& key, std::wstring& value) {
+    mutex_auto scope(lock, true);
+    return get_value_unlocked(section, key, value);
+}
+
+bool cached_ini::get_value_current(const std::wstring& section, const std::wstring& key,
+                                   std::wstring& value) {
+    mutex_auto scope(lock, true);
+    refresh(scope);
+    return get_value_unlocked(section, key, value);
+}
+
+bool cached_ini::get_section(const std::wstring& section, std::vector<std::wstring>& lines,
+                             std::uint32_t flags) {
+    mutex_auto scope(lock, true);
+    return section_lines_unlocked(section, lines, flags);
+}
+
+bool cached_ini::get_section_names(std::vector<std::wstring>& names) {
+    mutex_auto scope(lock, true);
+    return section_names_unlocked(names);
+}
+
+bool cached_ini::get_section_current(const std::wstring& section, std::vector<std::wstring>& lines,
+                                     std::uint32_t flags) {
+    mutex_auto scope(lock, true);
+    refresh(scope);
+    return section_lines_unlocked(section, lines, flags);
+}
+
+bool cached_ini::get_section_names_current(std::vector<std::wstring>& names) {
+    mutex_auto scope(lock, true);
+    refresh(scope);
+    return section_names_unlocked(names);
+}
+
+bool cached_ini::section_exists(const std::wstring& section) {
+    mutex_auto scope(lock, true);
+    return sections->exists(section);
+}
+
+bool cached_ini::section_exists_current(const std::wstring& section) {
+    mutex_auto scope(lock, true);
+    refresh(scope);
+    return sections->exists(section);
+}
+
+bool cached_ini::section_lines_unlocked(const std::wstring& section, std::vector<std::wstring>& lines,
+                                        std::uint32_t flags) {
+    return sections->lines(section, lines, flags);
+}
+
+bool cached_ini::section_pairs_unlocked(const std::wstring& section, pair_list& pairs) {
+    return sections->pairs(section, pairs);
+}
+
+bool cached_ini::section_names_unlocked(std::vector<std::wstring>& names) {
+    sections->names(names);
+    return true;
+}
+
+bool cached_ini::get_section_pairs(const std::wstring& section, pair_list& pairs) {
+    mutex_auto scope(lock, true);
+    return section_pairs_unlocked(section, pairs);
+}
+
+bool cached_ini::get_section_pairs_current(const std::wstring& section, pair_list& pairs) {
+    mutex_auto scope(lock, true);
+    refresh(scope);
+    return section_pairs_unlocked(section, pairs);
+}
+
+// ---- edits
+
+bool cached_ini::write_value(const std::wstring& section, const std::wstring& key, const std::wstring& value,
+                             bool schedule) {
+    mutex_auto scope(lock, true);
+    sections->write_value(section, key, value);
+    // Even an unchanged value counts as a change here, which is deliberate.
+    if (schedule)
+        check_write_flush(scope);
+    else
+        dirty = true;
+    return true;
+}
+
+bool cached_ini::delete_value(const std::wstring& section, const std::wstring& key) {
+    mutex_auto scope(lock, true);
+    if (sections->delete_value(section, key))
+        check_write_flush(scope);
+    return true;
+}
+
+bool cached_ini::write_section(const std::wstring& section, const std::vector<std::wstring>& lines) {
+    mutex_auto scope(lock, true);
+    sections->write_section(section, lines);
+    check_write_flush(scope);
+    return true;
+}
+
+bool cached_ini::delete_section(const std::wstring& section) {
+    mutex_auto scope(lock, true);
+    if (sections->delete_section(section))
+        check_write_flush(scope);
+    return true;
+}
+
+void cached_ini::check_write_flush(mutex_auto& scope) {
+    if (!alive)
+        return;
+    dirty = true;
+    if (flush_delay == 0)
+        flush_unlocked(scope);
+    else
+        arm_flush();
+}
+
+void cached_ini::arm_flush() {
+    timer.start(
+        &flush_timer, [this] { flush(); }, flush_delay, timer_once, false);
+}
+
+// ---- the file
+
+void cached_ini::set_file(const std::wstring& file_path, bool as_unicode) {
+    mutex_auto scope(lock, true);
+    flush_unlocked(scope);
+    attached = false;
+    ini_file::set_file(file_path, as_unicode);
+    ++file_count;
+    attached = true;
+    dirty = false;
+    sections->clear();
+    file_stamp.store(0, std::memory_order_relaxed);
+    reload_unlocked(scope);
+}
+
+void cached_ini::close() {
+    mutex_auto scope(lock, true);
+    flush_unlocked(scope);
+    attached = false;
+}
+
+bool cached_ini::reload() {
+    mutex_auto scope(lock, true);
+    return reload_unlocked(scope);
+}
+
+bool cached_ini::reload_unlocked(mutex_auto& scope) {
+    return alive && attached && flush_unlocked(scope) && load();
+}
+
+// A file that has no stamp is loaded at each call past the interval.
+void cached_ini::refresh(mutex_auto& scope) {
+    if (!attached)
+        return;
+    const std::uint32_t now = os::tick_count();
+    if (now - last_check < check_interval)
+        return;
+    packed_time stamp = 0;
+    if (file_write_time(path.c_str(), stamp, false) && stamp == file_stamp.load(std::memory_order_relaxed))
+        last_check = now;
+    else
+        reload_unlocked(scope);
+}
+
+bool cached_ini::load() {
+    if (flushing || loading)
+        return false;
+    loading = true;
+    uni_file file;
+    const bool opened = open_patiently(*this, file, true, load_spread_ms);
+    ini_sections read;
+    packed_time stamp = 0;
+    if (opened) {
+        read.load([&file](std::wstring& line) { return file.read_line(line); });
+        file.close();
+        file_write_time(path.c_str(), stamp, false);
+    } else if (!file.was_not_found()) {
+        report_open_error(file.last_error);
+    }
+    loading = false;
+    // Changes of ours are never thrown away by a load.
+    if (!alive || dirty || !(opened || file.was_not_found()))
+        return false;
+    *sections = std::move(read);
+    if (opened) {
+        file_stamp.store(stamp, std::memory_order_relaxed);
+        last_check = os::tick_count();
+    }
+    return true;
+}
+
+bool cached_ini::flush() {
+    mutex_auto scope(lock, true);
+    return flush_unlocked(scope);
+}
+
+bool cached_ini::flush_unlocked(mutex_auto& scope) {
+    if (!alive || !attached || flushing || loading)
+        return false;
+    if (!dirty)
+        return true;
+    flushing = true;
+    // While the lock is given up, set_file may exchange the file.
+    ini_file target;
+    target.set_file(path, unicode);
+    const std::uint32_t target_count = file_count;
+    scope.unlock();
+
+    uni_file source, temp;
+    const bool opened = open_for_flush(target, source, temp);
+    // Without the lock, which the callback takes. It may be that very callback that runs this.
+    if (opened)
+        timer.stop(&flush_timer, true, false);
+
+    scope.lock();
+    std::list<ini_section> snapshot;
+    const bool commits = opened && alive && target_count == file_count;
+    if (commits) {
+        snapshot = sections->commit();
+        dirty = false;
+    }
+    scope.unlock();
+    packed_time stamp = 0;
+    if (!snapshot.empty())
+        write_merged(target, source, temp, snapshot);
+    source.close();
+    temp.close();
+    // So that our own writing isn't taken for a change by someone else.
+    const bool stamped = !snapshot.empty() && file_write_time(target.path.c_str(), stamp, false);
+
+    scope.lock();
+    flushing = false;
+    if (stamped && target_count == file_count)
+        file_stamp.store(stamp, std::memory_order_relaxed);
+    // The changes to a file that was attached meanwhile have lost their timer to the stop.
+    if (opened && !commits && alive && attached && dirty)
+        arm_flush();
+    return commits;
+}
+
+// On failure both files are closed and the trace knows why.
+bool cached_ini::open_for_flush(const ini_file& target, uni_file& source, uni_file& temp) {
+    if (!open_patiently(target, source, false, flush_spread_ms)) {
+        source.close();
+        target.report_open_error(source.last_error);
+        return false;
+    }
+    if (!target.make_temp(source, temp, &temp_name)) {
+        source.close();
+        temp.close();
+        trace_out((basic_format<char>("cannot create temp file '%?'\n") << temp_name).str());
+        return false;
+    }
+    return true;
+}
+
+// Whatever fails is told and gone on from: what was committed counts as written.
+void cached_ini::write_merged(const ini_file& target, uni_file& source, uni_file& temp,
+                              std::list<ini_section>& snapshot) {
+    ini_merge merge(
+        snapshot, [&temp](const std::wstring& line) { return temp.write_line(line); },
+        source.encoding == encoding_utf8);
+    if (!merge([&source](std::wstring& line) { return source.read_line(line); }))
+        trace_out((basic_format<char>("error(s) writing to '%?'\n") << temp_name).str());
+    if (!copy_back(temp, source))
+        trace_out(
+            (basic_format<char>("error while copying from temp '%?' to '%?'\n") << temp_name << target.path)
+                .str());
+}
+
+} // namespace cl

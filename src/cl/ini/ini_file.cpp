@@ -1,0 +1,160 @@
+#include "cl/ini/ini_file.hpp"
+
+#include "cl/file/string_util.hpp"
+#include "cl/file/uni_file.hpp"
+#include "cl/format/format.hpp"
+#include "cl/trace/list/trace_list.hpp"
+
+namespace cl {
+
+namespace {
+
+// Open and share words of the file classes. All of them: binary, sequential.
+constexpr std::uint32_t read_flags = 0x8020; // existing files only
+constexpr std::uint32_t edit_flags = 0x8122; // read and write, create
+constexpr std::uint32_t temp_flags = 0x8022; // read and write
+constexpr std::uint32_t share_readers = 32;
+
+std::uint32_t default_encoding(bool unicode) {
+    return unicode ? encoding_utf8 : encoding_ansi;
+}
+
+next_line lines_of(uni_file& file) {
+    return [&file](std::wstring& line) { return file.read_line(line); };
+}
+
+} // namespace
+
+bool ini_file::open_ini(uni_file& file, bool read_only, bool report) const {
+    if (file.open_as(path, read_only ? read_flags : edit_flags, default_encoding(unicode), share_readers))
+        return true;
+    if (report && !file.was_not_found())
+        report_open_error(file.last_error);
+    return false;
+}
+
+void ini_file::report_open_error(std::uint32_t error) const {
+    trace_err((basic_format<char>("file '%?' open error %u\n") << path << error).str());
+}
+
+bool ini_file::make_temp(const uni_file& source, uni_file& temp, std::wstring* name) const {
+    if (name)
+        name->clear();
+    std::wstring temp_path;
+    if (!temp.open_temp(dir_of(path) + L"ini", temp_flags, &temp_path))
+        return false;
+    const std::uint32_t encoding =
+        source.encoding != encoding_ansi ? source.encoding : default_encoding(unicode);
+    if (!temp.set_encoding(encoding, false) || !temp.write_bom() || !temp.set_end())
+        return false;
+    if (name)
+        *name = std::move(temp_path);
+    return true;
+}
+
+bool ini_file::copy_back(uni_file& temp, uni_file& source) {
+    if (!temp.copy_to(source, true))
+        return false;
+    temp.close();
+    return true;
+}
+
+bool ini_file::get_value_unlocked(const std::wstring& section, const std::wstring& key, std::wstring& value) {
+    uni_file file;
+    return open_ini(file, true, true) && find_ini_value(lines_of(file), section, key, value);
+}
+
+bool ini_file::get_value(const std::wstring& section, const std::wstring& key, std::wstring& value) {
+    return get_value_unlocked(section, key, value);
+}
+
+bool ini_file::get_value_current(const std::wstring& section, const std::wstring& key, std::wstring& value) {
+    return get_value_unlocked(section, key, value);
+}
+
+void ini_file::set_file(const std::wstring& file_path, bool as_unicode) {
+    path = file_path;
+    unicode = as_unicode;
+}
+
+bool ini_file::get_section(const std::wstring& section, std::vector<std::wstring>& lines,
+                           std::uint32_t flags) {
+    uni_file file;
+    return open_ini(file, true, true) && list_ini_section(lines_of(file), section, lines, flags);
+}
+
+bool ini_file::get_section_names(std::vector<std::wstring>& names) {
+    uni_file file;
+    if (!open_ini(file, true, true))
+        return false;
+    list_ini_section_names(lines_of(file), names);
+    return true;
+}
+
+bool ini_file::get_section_current(const std::wstring& section, std::vector<std::wstring>& lines,
+                                   std::uint32_t flags) {
+    return get_section(section, lines, flags);
+}
+
+bool ini_file::get_section_names_current(std::vector<std::wstring>& names) {
+    return get_section_names(names);
+}
+
+bool ini_file::section_exists(const std::wstring& section) {
+    std::vector<std::wstring> lines;
+    return get_section(section, lines, 3) && !lines.empty();
+}
+
+bool ini_file::section_exists_current(const std::wstring& section) {
+    return section_exists(section);
+}
+
+template <class Edit>
+bool ini_file::rewrite(Edit edit) {
+    uni_file source, temp;
+    if (!open_ini(source, false, true) || !make_temp(source, temp, nullptr))
+        return false;
+    const next_line next = lines_of(source);
+    const put_line put = [&temp](const std::wstring& line) { return temp.write_line(line); };
+    edit(ini_rewrite{next, put, source.encoding != encoding_ansi});
+    copy_back(temp, source);
+    return true;
+}
+
+bool ini_file::write_value(const std::wstring& section, const std::wstring& key, const std::wstring& value,
+                           bool) {
+    return rewrite([&](const ini_rewrite& lines) { lines.write_value(section, key, value); });
+}
+
+bool ini_file::delete_value(const std::wstring& section, const std::wstring& key) {
+    return rewrite([&](const ini_rewrite& lines) { lines.delete_value(section, key); });
+}
+
+bool ini_file::write_section(const std::wstring& section, const std::vector<std::wstring>& section_lines) {
+    return rewrite([&](const ini_rewrite& lines) { lines.write_section(section, section_lines); });
+}
+
+bool ini_file::delete_section(const std::wstring& section) {
+    return rewrite([&](const ini_rewrite& lines) { lines.delete_section(section); });
+}
+
+bool ini_file::flush() {
+    return true;
+}
+
+bool ini_file::reload() {
+    return true;
+}
+
+void ini_file::close() {}
+
+std::size_t ini_file::section_count() {
+    std::vector<std::wstring> names;
+    return get_section_names(names) ? names.size() : 0;
+}
+
+std::size_t ini_file::section_count_current() {
+    return section_count();
+}
+
+} // namespace cl
