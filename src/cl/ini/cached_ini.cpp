@@ -237,22 +237,28 @@ bool cached_ini::load() {
         return false;
     loading = true;
     uni_file file;
-    const bool opened = open_patiently(*this, file, true, load_spread_ms);
     ini_sections read;
     packed_time stamp = 0;
-    if (opened) {
+    bool complete = false;
+    bool missing = false;
+    if (open_patiently(*this, file, true, load_spread_ms)) {
         read.load([&file](std::wstring& line) { return file.read_line(line); });
+        complete = file.last_error == 0;
+        if (!complete)
+            report_read_error(file.last_error);
         file.close();
         file_write_time(path.c_str(), stamp, false);
-    } else if (!file.was_not_found()) {
-        report_open_error(file.last_error);
+    } else {
+        missing = file.was_not_found();
+        if (!missing)
+            report_open_error(file.last_error);
     }
     loading = false;
     // Changes of ours are never thrown away by a load.
-    if (!alive || dirty || !(opened || file.was_not_found()))
+    if (!alive || dirty || !(complete || missing))
         return false;
     *sections = std::move(read);
-    if (opened) {
+    if (complete) {
         file_stamp.store(stamp, std::memory_order_relaxed);
         last_check = os::tick_count();
     }
@@ -332,6 +338,8 @@ void cached_ini::write_merged(const ini_file& target, uni_file& source, uni_file
         source.encoding == encoding_utf8);
     if (!merge([&source](std::wstring& line) { return source.read_line(line); }))
         trace_out((basic_format<char>("error(s) writing to '%?'\n") << temp_name).str());
+    if (source.last_error != 0) // what it would lose is someone else's
+        return target.report_read_error(source.last_error);
     if (!copy_back(temp, source))
         trace_out(
             (basic_format<char>("error while copying from temp '%?' to '%?'\n") << temp_name << target.path)

@@ -37,6 +37,10 @@ void ini_file::report_open_error(std::uint32_t error) const {
     trace_err((basic_format<char>("file '%?' open error %u\n") << path << error).str());
 }
 
+void ini_file::report_read_error(std::uint32_t error) const {
+    trace_err((basic_format<char>("file '%?' read error %u\n") << path << error).str());
+}
+
 bool ini_file::make_temp(const uni_file& source, uni_file& temp, std::wstring* name) const {
     if (name)
         name->clear();
@@ -117,7 +121,10 @@ bool ini_file::rewrite(Edit edit) {
     const next_line next = lines_of(source);
     const put_line put = [&temp](const std::wstring& line) { return temp.write_line(line); };
     edit(ini_rewrite{next, put, source.encoding != encoding_ansi});
-    copy_back(temp, source);
+    if (source.last_error == 0)
+        copy_back(temp, source);
+    else
+        report_read_error(source.last_error);
     return true;
 }
 

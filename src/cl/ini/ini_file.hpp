@@ -48,7 +48,8 @@ public:
     virtual bool section_exists_current(const std::wstring& section);
 
     // The edits; see ini_rewrite for what each does to the lines. All create a missing file. True once the
-    // temporary file is there, whether or not there was anything to change or the writes succeeded.
+    // temporary file is there, whether or not there was anything to change or the writes succeeded. A source
+    // that can't be read to its end stays as it is.
     // `schedule` is for a cache.
     virtual bool write_value(const std::wstring& section, const std::wstring& key, const std::wstring& value,
                              bool schedule);
@@ -74,8 +75,9 @@ public:
     bool make_temp(const uni_file& source, uni_file& temp, std::wstring* name) const;
     // Copies all of temp over source, and closes temp if that succeeded.
     static bool copy_back(uni_file& temp, uni_file& source);
-    // Says on trace_err that the file could not be opened.
+    // Say on trace_err that the file could not be opened, or not be read to its end.
     void report_open_error(std::uint32_t error) const;
+    void report_read_error(std::uint32_t error) const;
 
 private:
     template <class Edit>

@@ -69,6 +69,10 @@ public:
     // forgets the handle at once, so that an object may destroy itself in its own callback.
     bool stop(timer_handle* key, bool wait, bool force);
 
+    // Whether there was a worker and it ended without leaving the timer in order: it was killed, alone or
+    // with the rest of the process. Nobody may wait for it then, nor for a lock that it may have held.
+    virtual bool worker_lost() const { return false; }
+
     // Whether start and stop have any effect.
     std::atomic<bool> ready{false};
     // Asked by the worker ahead of each pass with true, and told after it with false. As long as the answer
@@ -109,7 +113,7 @@ protected:
     // What the destructor does: destroys the entries, and the timer isn't ready any more.
     void drop_entries();
 
-    // All but worker_lost are called with `lock` held.
+    // All are called with `lock` held.
     virtual void on_wait(std::uint32_t /*timeout_ms*/) {}
     virtual void on_sweep_begin() {}
     virtual void on_sweep_end() {}
@@ -119,9 +123,6 @@ protected:
     // Waits, with the lock given up, until the worker has next found out what is due, so that it has no
     // handle of a stopped event any more.
     virtual void wait_due_known(mutex_auto& scope) = 0;
-    // Whether there was a worker and it ended without leaving the timer in order: it was killed, alone or
-    // with the rest of the process. Nobody may wait for it then, nor for a lock that it may have held.
-    virtual bool worker_lost() const { return false; }
 
 private:
     struct due_list {

@@ -44,22 +44,21 @@ merged flush(cl::ini_sections& sections, const naive::text& file, bool utf8_mark
     return result;
 }
 
-struct step {
-    void operator()(const edit& e, cl::ini_sections& sections) const {
-        switch (e.what) {
-        case edit::write_value:
-            return sections.write_value(wide(e.section), wide(e.key), wide(e.value));
-        case edit::delete_value:
-            sections.delete_value(wide(e.section), wide(e.key));
-            return;
-        case edit::write_section:
-            return sections.write_section(wide(e.section), wide(e.lines));
-        case edit::delete_section:
-            sections.delete_section(wide(e.section));
-            return;
-        }
+// An edit on the memory alone.
+void apply(const edit& e, cl::ini_sections& sections) {
+    switch (e.what) {
+    case edit::write_value:
+        return sections.write_value(wide(e.section), wide(e.key), wide(e.value));
+    case edit::delete_value:
+        sections.delete_value(wide(e.section), wide(e.key));
+        return;
+    case edit::write_section:
+        return sections.write_section(wide(e.section), wide(e.lines));
+    case edit::delete_section:
+        sections.delete_section(wide(e.section));
+        return;
     }
-};
+}
 
 edit set(const char* section, const char* key, const char* value) {
     return {edit::write_value, section, key, value, {}};
@@ -195,7 +194,7 @@ TEST(ini_merge, tables) {
         cl::ini_sections sections;
         sections.load(reader(lines_of(row.loaded)));
         for (const edit& e : row.edits)
-            step()(e, sections);
+            apply(e, sections);
         const char* const at_flush = row.at_flush ? row.at_flush : row.loaded;
         const merged result = flush(sections, lines_of(at_flush), row.mark);
         EXPECT_EQ(result.lines, lines_of(row.expected));
@@ -212,7 +211,7 @@ TEST(ini_merge, reports_each_failed_write_and_goes_on) {
         sections.load(reader(file));
         for (const edit& e : {set("", "x", "2"), replace("a", "z=1"), set("b", "y", "2"), set("b", "z", "2"),
                               set("d", "x", "1")})
-            step()(e, sections);
+            apply(e, sections);
         const merged result = flush(sections, file, true, [&](std::size_t i) { return i == failing; });
         naive::text expected = whole;
         expected.erase(expected.begin() + static_cast<std::ptrdiff_t>(failing));

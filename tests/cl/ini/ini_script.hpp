@@ -53,17 +53,22 @@ struct edit {
     std::string section, key, value;
     naive::text lines;
 
-    void apply(naive::cache& cache) const {
-        switch (what) {
-        case write_value:
-            return cache.write_value(section, key, value);
-        case delete_value:
-            return cache.delete_value(section, key);
-        case write_section:
-            return cache.write_section(section, lines);
-        case delete_section:
-            return cache.delete_section(section);
-        }
+    // Both answer whether a flush is to be scheduled; a real ini_file always succeeds instead.
+    bool apply(naive::cache& cache) const {
+        if (what == write_value)
+            cache.write_value(section, key, value);
+        else if (what == write_section)
+            cache.write_section(section, lines);
+        return what == delete_value     ? cache.delete_value(section, key)
+               : what == delete_section ? cache.delete_section(section)
+                                        : true;
+    }
+    template <class Ini>
+    bool apply(Ini& ini, bool schedule) const {
+        return what == write_value     ? ini.write_value(wide(section), wide(key), wide(value), schedule)
+               : what == delete_value  ? ini.delete_value(wide(section), wide(key))
+               : what == write_section ? ini.write_section(wide(section), wide(lines))
+                                       : ini.delete_section(wide(section));
     }
 };
 
@@ -116,14 +121,101 @@ inline generator random_generator(std::mt19937& engine) {
     return {[&engine](unsigned limit) { return static_cast<unsigned>(engine() % limit); }};
 }
 
-// All that the lookups of a cache show, as one text. Shown(name) writes down what one name gives.
-inline const std::vector<std::string>& all_sections() {
-    static const std::vector<std::string> names = {"a", " B", "bb", "", "c x", "zz"};
-    return names;
+// All that the lookups show, as one text: of the naive cache, and of a real one by its plain slots.
+struct view {
+    std::string text;
+
+    void add(const char* what, const std::string& name, bool found, const naive::text& lines) {
+        text += std::string(what) + "(" + name + ")" + (found ? "" : " none");
+        for (const std::string& line : lines)
+            text += " <" + line + ">";
+        text += "\n";
+    }
+    template <class Look>
+    void add_all(Look look) {
+        look.names(*this);
+        for (const char* section : {"a", " B", "bb", "", "c x", "zz"})
+            look.section(*this, section);
+        for (const char* section : {" A", "", "zz"})
+            for (const char* key : {"k ", "L", "", "k k", "k\tk", "zz"})
+                look.value(*this, section, key);
+    }
+};
+
+struct naive_look {
+    naive::cache& cache;
+
+    void names(view& v) const {
+        naive::text names;
+        for (const naive::section& s : cache.sections)
+            if (!s.deleted)
+                names.push_back(s.name);
+        v.add("names", "", true, names);
+    }
+    void section(view& v, const std::string& name) const {
+        const naive::section* const s = cache.find(name);
+        v.add("exists", name, s != nullptr, {});
+        naive::text lines[4], pairs;
+        for (std::size_t i = 0; s && i < s->entries.size(); ++i) {
+            const naive::entry& e = s->entries[i];
+            for (unsigned flags = 0; flags < 4 && !e.deleted; ++flags)
+                if (!e.raw || (flags & (e.value.starts_with(";") ? 1U : 2U)))
+                    lines[flags].push_back(e.line());
+            if (!e.deleted && !e.raw)
+                pairs.push_back(e.line());
+        }
+        for (const naive::text& l : lines)
+            v.add("lines", name, s && !s->deleted, l);
+        v.add("pairs", name, s && !s->deleted, pairs);
+    }
+    void value(view& v, const std::string& section, const std::string& key) const {
+        const naive::entry* const e = cache.find(cache.find(section), key, true);
+        v.add("value", key, e != nullptr, {e ? e->value : "untouched"});
+    }
+};
+
+template <class Ini>
+struct ini_look {
+    Ini& ini;
+
+    static naive::text narrowed(const std::vector<std::wstring>& t) {
+        return each<std::string>(t, [](const std::wstring& w) { return narrow(w); });
+    }
+    void names(view& v) const {
+        std::vector<std::wstring> names{L"untouched"};
+        const bool found = ini.get_section_names(names);
+        v.add("names", "", found, narrowed(names));
+    }
+    void section(view& v, const std::string& name) const {
+        v.add("exists", name, ini.section_exists(wide(name)), {});
+        for (unsigned flags = 0; flags < 4; ++flags) {
+            std::vector<std::wstring> lines;
+            const bool found = ini.get_section(wide(name), lines, flags);
+            v.add("lines", name, found, narrowed(lines));
+        }
+        std::vector<std::pair<std::wstring, std::wstring>> pairs;
+        const bool found = ini.get_section_pairs(wide(name), pairs);
+        v.add("pairs", name, found, each<std::string>(pairs, [](const auto& p) {
+                  return narrow(p.first) + "=" + narrow(p.second);
+              }));
+    }
+    void value(view& v, const std::string& section, const std::string& key) const {
+        std::wstring value = L"untouched";
+        const bool found = ini.get_value(wide(section), wide(key), value);
+        v.add("value", key, found, {narrow(value)});
+    }
+};
+
+inline std::string shown(naive::cache& cache) {
+    view v;
+    v.add_all(naive_look{cache});
+    return v.text;
 }
-inline const std::vector<std::string>& all_keys() {
-    static const std::vector<std::string> names = {"k ", "L", "m", "", "k k", "k\tk", "n", ";c", "zz"};
-    return names;
+template <class Ini>
+std::string shown(Ini& ini) {
+    view v;
+    v.add_all(ini_look<Ini>{ini});
+    return v.text;
 }
 
 } // namespace ini_script

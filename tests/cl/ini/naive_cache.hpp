@@ -13,8 +13,9 @@ struct cache {
     bool dirty = false;
 
     section* find(const std::string& name) {
+        const std::string wanted = trim(name);
         for (section& s : sections)
-            if (lower(s.name) == lower(trim(name)))
+            if (same(s.name, wanted))
                 return &s;
         return nullptr;
     }
@@ -25,8 +26,9 @@ struct cache {
                                 section{trim(name), {}});
     }
     entry* find(section* s, const std::string& key, bool visible) {
+        const std::string wanted = trim(key);
         for (std::size_t i = 0; s && i < s->entries.size(); ++i)
-            if (lower(s->entries[i].key) == lower(trim(key)) && !(visible && s->entries[i].deleted))
+            if (same(s->entries[i].key, wanted) && !(visible && s->entries[i].deleted))
                 return &s->entries[i];
         return nullptr;
     }
@@ -70,23 +72,28 @@ struct cache {
         }
         dirty = true;
     }
-    void delete_value(const std::string& name, const std::string& key) {
+    // These two answer whether a flush is to be scheduled.
+    bool delete_value(const std::string& name, const std::string& key) {
         section* s = find(name);
         entry* e = find(s, key, false);
         if (!e)
-            return;
+            return false;
         if (e->in_file)
             *e = {e->key, "", true, true, true, e->raw};
         else
             s->entries.erase(s->entries.begin() + (e - s->entries.data()));
-        s->changed = dirty = true;
+        return s->changed = dirty = true;
     }
-    void delete_section(const std::string& name) {
+    bool delete_section(const std::string& name) {
         section* s = find(name);
-        if (s && !s->in_file)
+        if (!s)
+            return false;
+        if (!s->in_file) {
             sections.erase(sections.begin() + (s - sections.data()));
-        else if (s)
-            *s = {s->name, {}, true, true, true, true}, dirty = true;
+            return false;
+        }
+        *s = {s->name, {}, true, true, true, true};
+        return dirty = true;
     }
     // What the file becomes; what it was if there is nothing to write.
     text flush(const text& file, bool utf8_mark) {

@@ -22,6 +22,11 @@ inline std::string lower(std::string s) {
                    [](char c) { return c >= 'A' && c <= 'Z' ? char(c + 32) : c; });
     return s;
 }
+inline bool same(const std::string& a, const std::string& b) {
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+               return x == y || ((x ^ y) == 32 && (x | 32) >= 'a' && (x | 32) <= 'z');
+           });
+}
 inline std::string normal(const std::string& s) {
     std::string t = trim(s);
     std::replace_if(
@@ -80,7 +85,7 @@ inline text merge(std::vector<section> changed, const text& file, bool utf8_mark
         out.emplace_back();
     for (const block& b : blocks) {
         const auto s = std::find_if(changed.begin(), changed.end(),
-                                    [&](const section& c) { return lower(c.name) == lower(b.name); });
+                                    [&](const section& c) { return same(c.name, b.name); });
         text body = b.lines;
         if (b.has_header && b.name.empty())
             body.insert(body.begin(), b.header);
