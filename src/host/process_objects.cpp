@@ -4,47 +4,73 @@
 //
 // What other threads may still touch at the end (the lists, the timer, the library table, the records of
 // system and processor) is shut down here, or stays as it is, and is never destroyed.
+#include "cl/ini/cached_ini.hpp"
 #include "cl/sys/cpu_info.hpp"
 #include "cl/sys/library_table.hpp"
 #include "cl/sys/os_info.hpp"
 #include "cl/sys/scrambled_bindings.hpp"
 #include "cl/time/passive_timer.hpp"
+#include "cl/trace/console_trace.hpp"
 #include "cl/trace/list/console.hpp"
 #include "cl/trace/list/stream_trace.hpp"
-#include "cl/trace/list/trace_list.hpp"
+#include "cl/trace/trace_set_up.hpp"
+#include "host/host_state.hpp"
+#include "version.h"
 
+#include <cstdlib>
 #include <new>
 #include <string>
+
+namespace {
+
+// Where an object stands that is constructed ahead of `main` and never destroyed. The place is
+// constant-initialised, so that a constant may refer to the object.
+template <class T>
+union place {
+    constexpr place() : nothing{} {}
+    constexpr ~place() {}
+    char nothing;
+    T object;
+};
+
+constinit place<cl::passive_timer> slow;
+constinit place<cl::file_trace> log_place;
+
+} // namespace
 
 namespace cl {
 
 // vfl.exe is a console application in every mode.
 constinit bool console_application = true;
 
+constinit file_trace& trace_file = log_place.object;
+
 } // namespace cl
 
 namespace {
 
-// First of all: whoever opens a registry key takes the registry's view from the record.
+// The very first, ahead of every trace object: the defaults of this executable, and the last resort of the
+// log, which as the first exit function to be registered is the last to run.
+struct trace_defaults {
+    trace_defaults() {
+        cl::trace_separator = false;
+        cl::default_stamp_format.ms_format = "-%03?";
+        std::atexit([] { cl::trace_file.close_now(); });
+    }
+} set_trace_defaults;
+
+// Ahead of all that asks Windows: whoever opens a registry key takes the registry's view from the record.
 struct os_setup {
     os_setup() { cl::fill_os_info(cl::read_os_facts()); }
 } set_up_os;
 
 // The timer "slow" runs all that may be late. It comes ahead of everything that arms it, so that it ends
-// after that. Its place is constant-initialised: an object that is, too, may point to it.
-union slow_place {
-    constexpr slow_place() : nothing{} {}
-    constexpr ~slow_place() {}
-    char nothing;
-    cl::passive_timer timer;
-};
-constinit slow_place slow;
-
+// after that.
 struct slow_life {
-    slow_life() { new (&slow.timer) cl::passive_timer("slow"); }
+    slow_life() { new (&slow.object) cl::passive_timer("slow"); }
     // Ends the worker, with a kill after 5 s, and drops what has not fired: whose work must not be lost does
     // it itself ahead of this.
-    ~slow_life() { slow.timer.shut_down(); }
+    ~slow_life() { slow.object.shut_down(); }
     slow_life(const slow_life&) = delete;
     slow_life& operator=(const slow_life&) = delete;
 } live_slow;
@@ -55,19 +81,23 @@ struct console_setup {
 } set_up_console;
 
 // The sinks stand ahead of the lists, so that they outlive them.
+cl::debug_trace debugger_sink("");
+
+struct log_life {
+    log_life() { new (&log_place.object) cl::file_trace(&slow.object); }
+    ~log_life() { cl::trace_file.shut_down(); }
+    log_life(const log_life&) = delete;
+    log_life& operator=(const log_life&) = delete;
+} live_log;
+
+// In no list.
+cl::console_trace console_sink;
 cl::stdout_trace stdout_sink;
 cl::stderr_trace stderr_sink;
 
 // Fills the lists, and ends them ahead of the sinks. Everything below may trace, also in its constructor.
 struct list_setup {
-    list_setup() {
-        if (cl::console_application) {
-            cl::trace_add(&cl::trace_out, &stdout_sink);
-            cl::trace_add(&cl::trace_err, &stderr_sink);
-        }
-        cl::trace_write(&cl::trace_out, cl::trace_early.text);
-        cl::trace_early.count = 0;
-    }
+    list_setup() { cl::set_up_trace(cl::trace_file, debugger_sink, stdout_sink, stderr_sink); }
     ~list_setup() {
         cl::trace_end(cl::trace_log);
         cl::trace_end(cl::trace_out);
@@ -88,11 +118,41 @@ struct cpu_setup {
     cpu_setup() { cl::fill_cpu_info(); }
 } set_up_cpu;
 
-// The last, so that its end is the first act of the end: what is due by then is called while all is still
-// there. A callback that never returns blocks the end of the process here.
+// The first line of every run, as soon as there is a log for it.
+struct start_banner {
+    start_banner() {
+        trace_write(&cl::trace_log, "srv: ------ VexaFlow (x64) service v" VFL_VERSION " starting ------\n");
+    }
+} say_start;
+
+} // namespace
+
+namespace vfl {
+
+std::wstring install_dir;
+std::wstring data_dir;
+std::wstring dll_path;
+constinit bool game_analyzer_requested = false;
+
+} // namespace vfl
+
+namespace cl {
+
+// Behind the timer and the log, which its last flush at the end uses.
+cached_ini global_ini(slow.object);
+
+} // namespace cl
+
+namespace {
+
+// The last, so that its end is the first act of the end, while all is still there: the log goes to the disk,
+// and what is due by then is called. A callback that never returns blocks the end of the process here.
 struct exit_hook {
     exit_hook() = default;
-    ~exit_hook() { slow.timer.flush_sweep(5000); }
+    ~exit_hook() {
+        cl::trace_file.finish();
+        slow.object.flush_sweep(5000);
+    }
     exit_hook(const exit_hook&) = delete;
     exit_hook& operator=(const exit_hook&) = delete;
 } at_exit;

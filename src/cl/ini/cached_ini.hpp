@@ -119,4 +119,7 @@ private:
     base_timer& timer;
 };
 
+// The process's settings, over "global.ini" once a mode has attached it.
+extern cached_ini global_ini;
+
 } // namespace cl

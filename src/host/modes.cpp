@@ -1,0 +1,138 @@
+#include "host/modes.hpp"
+
+#include "cl/format/format.hpp"
+#include "cl/os/message_box.hpp"
+#include "cl/sys/os_info.hpp"
+#include "cl/trace/list/trace_list.hpp"
+#include "host/configuration.hpp"
+#include "host/host_state.hpp"
+#include "host/library_function.hpp"
+#include "host/locations.hpp"
+#include "host/mode_calls.hpp"
+#include "host/rights.hpp"
+#include "host/service.hpp"
+#include "host/service_library.h"
+#include "host/service_manager.hpp"
+#include "host/service_start.hpp"
+
+namespace vfl {
+
+namespace {
+
+constexpr std::uint32_t windows_7 = 601;
+constexpr wchar_t product_word[] = L"vexaflow";
+
+void say_not_loaded(const wchar_t* format) {
+    cl::trace_out((cl::basic_format<wchar_t>(format) << dll_path).str());
+}
+
+int run_service_mode() {
+    configure_host();
+    const std::uint32_t error = run_dispatcher(service_main);
+    if (error != 0)
+        cl::trace_out((cl::basic_format<char>("StartServiceCtrlDispatcher error %?\n") << error).str());
+    // Here and never in the handler, and on every path.
+    stop_service();
+    return error != 0 ? 1 : 0;
+}
+
+int run_win32() {
+    if (!is_admin()) {
+        cl::os::message_box("You need admin rights for -win32 mode", "vfl.exe", 0);
+        return 1;
+    }
+    configure_host();
+    if (!start_service())
+        cl::trace_out(std::string("start_service reported an error\n"));
+    cl::trace_out(std::wstring(L"press key to exit "));
+    wait_for_key();
+    cl::trace_out(std::string("\n"));
+    stop_service();
+    return 0;
+}
+
+int run_tcpview() {
+    const library_function<vfl_dump_connections> dump(VFL_DUMP_CONNECTIONS);
+    if (dump)
+        dump.call();
+    else
+        say_not_loaded(L"Unable to load %?\n");
+    return 0;
+}
+
+// The low byte of the calibration's result; 0 when it can't be bound, which is told.
+int calibrate(const char* name, const std::vector<wchar_t*>& args) {
+    const library_function<vfl_calibrate> function(name);
+    if (!function) {
+        say_not_loaded(L"Unable to load %?\n");
+        return 0;
+    }
+    const wchar_t* const* const first = args.empty() ? nullptr : args.data();
+    return static_cast<int>(function.call(static_cast<std::int32_t>(args.size()), first) & 0xFF);
+}
+
+int run_install_driver() {
+    const library_function<vfl_install_driver_ex> install(VFL_INSTALL_DRIVER);
+    if (!install) {
+        say_not_loaded(L"unable to load install func from %?\n");
+        return 1;
+    }
+    initialize_com();
+    const std::uint32_t code =
+        install.call(install_dir.c_str(), (data_dir + L"trace.txt").c_str(), VFL_CALL_TOKEN);
+    uninitialize_com();
+    // Deliberate: a failed installation that could be called is no failure of the program.
+    cl::trace_out((cl::basic_format<char>("Driver installation finished with code %u\n") << code).str());
+    return 0;
+}
+
+int run_uninstall_driver() {
+    const library_function<vfl_uninstall_driver_ex> uninstall(VFL_UNINSTALL_DRIVER);
+    if (!uninstall) {
+        say_not_loaded(L"unable to load uninstall func from %?\n");
+        return 1;
+    }
+    initialize_com();
+    const std::uint32_t code = uninstall.call((data_dir + L"trace.txt").c_str(), VFL_CALL_TOKEN);
+    uninitialize_com();
+    cl::trace_out((cl::basic_format<char>("Driver uninstallation finished with code %u\n") << code).str());
+    return 0;
+}
+
+} // namespace
+
+bool prepare_host() {
+    if (cl::os_info.version < windows_7) {
+        cl::trace_out(std::string("Operating system not supported."));
+        return false;
+    }
+    read_install_dir(product_word, install_dir); // a failure leaves it empty
+    dll_path = install_dir + VFL_SERVICE_LIBRARY;
+    data_dir = common_data_dir(product_word);
+    return true;
+}
+
+int run_mode_of(run_mode mode, const std::vector<wchar_t*>& extra_args) {
+    switch (mode) {
+    case run_mode::service:
+        return run_service_mode();
+    case run_mode::win32:
+        return run_win32();
+    case run_mode::tcpview:
+        return run_tcpview();
+    case run_mode::calib:
+        calibrate(VFL_CALIBRATE_BURST, extra_args);
+        return 0;
+    case run_mode::calibfile:
+        return calibrate(VFL_CALIBRATE_FILE, extra_args);
+    case run_mode::install_driver:
+        return run_install_driver();
+    case run_mode::uninstall_driver:
+        return run_uninstall_driver();
+    case run_mode::client:
+        break;
+    }
+    return 0;
+}
+
+} // namespace vfl
