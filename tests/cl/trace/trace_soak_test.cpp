@@ -1,0 +1,140 @@
+// Threads write to a log that rotates about every second, while somebody keeps others from writing the file
+// now and then. Half a second in the tests; VFL_STRESS_SECONDS sets the time of a soak.
+#include "cl/os/clock.hpp"
+#include "cl/os/file.hpp"
+#include "cl/time/event.hpp"
+#include "cl/trace/file_trace.hpp"
+#include "temp_folder.hpp"
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace fs = std::filesystem;
+using namespace cl;
+
+namespace {
+
+constexpr int writers = 4;
+constexpr std::size_t stamp_size = 11;
+
+// Reads each old generation before the next rotation takes it away, and finds every line whole, once and in
+// its writer's order. Called by one thread at a time.
+struct checker {
+    std::vector<std::int64_t> next = std::vector<std::int64_t>(writers, 0);
+    std::uint64_t lines = 0, generations = 0, faults = 0;
+
+    void take(const fs::path& file) {
+        {
+            std::ifstream in(file, std::ios::binary);
+            for (std::string line; std::getline(in, line); ++lines)
+                if (!is_next(line)) {
+                    ++faults;
+                    ADD_FAILURE() << "line " << lines << ": " << line.substr(0, 200);
+                }
+        }
+        fs::remove(file);
+        ++generations;
+    }
+
+private:
+    // "235907-042 b 17 .......\r"
+    bool is_next(const std::string& line) {
+        char writer = 0;
+        long long number = -1;
+        if (line.size() < stamp_size || line.back() != '\r' || line[stamp_size - 1] != ' ' ||
+            std::sscanf(line.c_str() + stamp_size, "%c %lld ", &writer, &number) != 2 || writer < 'a' ||
+            writer >= 'a' + writers)
+            return false;
+        const auto w = static_cast<std::size_t>(writer - 'a');
+        return number == next[w]++ && line.find_first_not_of('.', line.rfind(' ') + 1) == line.size() - 1;
+    }
+};
+
+struct soaked_trace : file_trace {
+    soaked_trace(passive_timer* host, fs::path old_log, checker& c)
+        : file_trace(host), old(std::move(old_log)), check(c) {}
+    ~soaked_trace() override { shut_down(); }
+    // On the one thread that flushes, and so not during a rotation.
+    void on_open(mutex_auto& guard, file_hnd& file) override {
+        file_trace::on_open(guard, file);
+        if (fs::exists(old))
+            check.take(old);
+    }
+    fs::path old;
+    checker& check;
+};
+
+} // namespace
+
+TEST(trace_soak, nothing_is_lost) {
+    const char* const seconds = std::getenv("VFL_STRESS_SECONDS");
+    const std::uint32_t limit_ms = seconds ? static_cast<std::uint32_t>(std::atoi(seconds)) * 1000 : 500;
+    const temp_folder folder;
+    const std::wstring path = folder / L"trace.txt";
+    checker check;
+    std::vector<std::int64_t> written(writers, 0);
+    std::uint64_t holds = 0;
+    {
+        passive_timer host("soak");
+        soaked_trace trace(&host, folder.folder / "trace_old.txt", check);
+        trace.set_buffer(0x40000, 0x1000000, 0x10000, true);
+        trace.set_path(path);
+        trace.set_old_path(folder / L"trace_old.txt", seconds ? 1 << 20 : 1 << 16);
+        std::atomic<bool> go_on{true};
+        std::vector<std::thread> threads;
+        for (int w = 0; w < writers; ++w)
+            threads.emplace_back([&, w] {
+                std::mt19937 random(static_cast<unsigned>(w));
+                event never;
+                std::string text;
+                for (std::int64_t n = 0; go_on; written[static_cast<std::size_t>(w)] = n) {
+                    for (unsigned burst = random() % 20; burst != 0; --burst, ++n) {
+                        text = std::string(1, static_cast<char>('a' + w)) + " " + std::to_string(n) + " " +
+                               std::string(random() % 80, '.') + "\n";
+                        trace.write(text.c_str(), true);
+                    }
+                    never.wait(1);
+                }
+            });
+        // Whoever reads the log and shares everything but writing: a flush fails, a rotation doesn't.
+        threads.emplace_back([&] {
+            std::mt19937 random(99);
+            event never;
+            while (go_on) {
+                os::file_handle file;
+                const os::file_request request{os::access_read, os::share_read | os::share_delete,
+                                               os::file_disposition::open_existing, 0, false};
+                if (os::open_file(path.c_str(), request, file) == 0) {
+                    ++holds;
+                    never.wait(random() % 40);
+                    os::close_file(file);
+                }
+                never.wait(random() % 200);
+            }
+        });
+        event never;
+        for (const std::uint32_t begin = os::tick_count();
+             os::tick_count() - begin < limit_ms && check.faults < 10;)
+            never.wait(100);
+        go_on = false;
+        for (std::thread& t : threads)
+            t.join();
+        trace.finish();
+    }
+    for (const char* name : {"trace_old.txt", "trace.txt"})
+        if (fs::exists(folder.folder / name))
+            check.take(folder.folder / name);
+    EXPECT_EQ(check.next, written);
+    EXPECT_GT(check.generations, 1u);
+    if (seconds)
+        std::printf(
+            "%llu lines in %llu generations, %llu holds\n", static_cast<unsigned long long>(check.lines),
+            static_cast<unsigned long long>(check.generations), static_cast<unsigned long long>(holds));
+}
