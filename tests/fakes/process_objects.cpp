@@ -1,8 +1,34 @@
-// The names that the product's executable defines and the unit tests need.
+// The names that the product's executable defines and the unit tests need: a log without a timer, which
+// writes each text at once, and settings whose timer never fires.
+#include "cl/ini/cached_ini.hpp"
 #include "cl/trace/list/stream_trace.hpp"
+#include "cl/trace/trace_set_up.hpp"
+#include "host/host_state.hpp"
+
+namespace {
+
+struct idle_timer final : cl::base_timer {
+    idle_timer() : base_timer("idle", false) {}
+    void wake() override {}
+    void wait_due_known(cl::mutex_auto&) override {}
+};
+
+idle_timer timer;
+cl::file_trace log(nullptr);
+
+} // namespace
 
 namespace cl {
 
 constinit bool console_application = true;
+constinit file_trace& trace_file = log;
+cached_ini global_ini(timer);
 
 } // namespace cl
+
+namespace vfl {
+
+std::wstring install_dir, data_dir, dll_path;
+constinit bool game_analyzer_requested = false;
+
+} // namespace vfl

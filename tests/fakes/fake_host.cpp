@@ -1,0 +1,199 @@
+#include "fakes/fake_host.hpp"
+
+#include "cl/file/text_convert.hpp"
+#include "cl/format/format.hpp"
+#include "host/locations.hpp"
+#include "host/mode_calls.hpp"
+#include "host/rights.hpp"
+#include "host/service_library.h"
+
+namespace {
+
+using fakes::host;
+
+void note(std::string call) {
+    host::instance().calls.push_back(std::move(call));
+}
+
+std::uint32_t result_of(const char* name, std::uint32_t otherwise) {
+    const auto& results = host::instance().results;
+    const auto at = results.find(name);
+    return at == results.end() ? otherwise : at->second;
+}
+
+std::string hex(std::uint64_t token) {
+    return (cl::basic_format<char>(" %x") << token).str();
+}
+std::string quoted(const wchar_t* text) {
+    return " \"" + cl::utf16_to_utf8(text) + "\"";
+}
+
+std::uint32_t start_service_ex(std::uint64_t token) {
+    note(VFL_START_SERVICE + hex(token));
+    return result_of(VFL_START_SERVICE, 1);
+}
+
+std::uint32_t stop_service_ex(std::uint64_t token) {
+    note(VFL_STOP_SERVICE + hex(token));
+    return 0;
+}
+
+void set_game_analyzer() {
+    note(VFL_SET_GAME_ANALYZER);
+}
+void dump_connections() {
+    note(VFL_DUMP_CONNECTIONS);
+}
+
+std::uint32_t calibrate(const char* name, std::int32_t count, const wchar_t* const* args) {
+    std::string call = name + std::string(args ? "" : " null");
+    for (std::int32_t i = 0; i < count; ++i)
+        call += quoted(args[i]);
+    note(call);
+    return result_of(name, 0);
+}
+
+std::uint32_t calibrate_burst(std::int32_t count, const wchar_t* const* args) {
+    return calibrate(VFL_CALIBRATE_BURST, count, args);
+}
+
+std::uint32_t calibrate_file(std::int32_t count, const wchar_t* const* args) {
+    return calibrate(VFL_CALIBRATE_FILE, count, args);
+}
+
+std::uint32_t install_driver_ex(const wchar_t* dir, const wchar_t* log, std::uint64_t token) {
+    note(VFL_INSTALL_DRIVER + quoted(dir) + quoted(log) + hex(token));
+    return result_of(VFL_INSTALL_DRIVER, 0);
+}
+
+std::uint32_t uninstall_driver_ex(const wchar_t* log, std::uint64_t token) {
+    note(VFL_UNINSTALL_DRIVER + quoted(log) + hex(token));
+    return result_of(VFL_UNINSTALL_DRIVER, 0);
+}
+
+int library_stands_here;
+
+cl::module_handle load(const wchar_t* path) {
+    if (!host::instance().has_library)
+        return nullptr;
+    note("load" + quoted(path));
+    ++host::instance().loaded;
+    return &library_stands_here;
+}
+
+void unload(cl::module_handle) {
+    note("unload");
+    --host::instance().loaded;
+}
+
+cl::entry_point find(cl::module_handle, const char* function) {
+    static const std::map<std::string, cl::entry_point> exports = {
+        {VFL_START_SERVICE, reinterpret_cast<cl::entry_point>(start_service_ex)},
+        {VFL_STOP_SERVICE, reinterpret_cast<cl::entry_point>(stop_service_ex)},
+        {VFL_SET_GAME_ANALYZER, reinterpret_cast<cl::entry_point>(set_game_analyzer)},
+        {VFL_DUMP_CONNECTIONS, reinterpret_cast<cl::entry_point>(dump_connections)},
+        {VFL_CALIBRATE_BURST, reinterpret_cast<cl::entry_point>(calibrate_burst)},
+        {VFL_CALIBRATE_FILE, reinterpret_cast<cl::entry_point>(calibrate_file)},
+        {VFL_INSTALL_DRIVER, reinterpret_cast<cl::entry_point>(install_driver_ex)},
+        {VFL_UNINSTALL_DRIVER, reinterpret_cast<cl::entry_point>(uninstall_driver_ex)},
+    };
+    const auto at = exports.find(function);
+    return at == exports.end() || host::instance().missing.contains(function) ? nullptr : at->second;
+}
+
+constexpr cl::module_calls scripted_modules = {load, unload, find, [] { return std::wstring(L"S:\\"); },
+                                    [] { return std::wstring(L"W:\\"); }};
+
+} // namespace
+
+namespace fakes {
+
+host& host::instance() {
+    static host h;
+    return h;
+}
+
+void host::reset() {
+    instance() = host{};
+    static const bool created = (cl::create_libraries(scripted_modules), true);
+    static_cast<void>(created);
+}
+
+std::string host::log() const {
+    std::string all;
+    for (const std::string& call : calls)
+        all += call + "\n";
+    return all;
+}
+
+} // namespace fakes
+
+namespace vfl {
+
+using fakes::host;
+
+namespace {
+
+service_handler_function handler;
+
+} // namespace
+
+std::uint32_t run_dispatcher(service_main_function body) {
+    note("dispatcher");
+    if (host::instance().dispatcher_error != 0)
+        return host::instance().dispatcher_error;
+    body();
+    if (host::instance().controls)
+        host::instance().controls(handler);
+    return 0;
+}
+
+std::uint32_t register_handler(service_handler_function f) {
+    note("register");
+    handler = f;
+    return host::instance().register_error;
+}
+
+std::uint32_t report_service_state(std::uint32_t state) {
+    note((cl::basic_format<char>("state %?") << state).str());
+    auto& errors = host::instance().report_errors;
+    if (errors.empty())
+        return 0;
+    const std::uint32_t error = errors.front();
+    errors.erase(errors.begin());
+    return error;
+}
+
+bool has_user_token(std::uint32_t session_id, std::uint32_t& error) {
+    note((cl::basic_format<char>("token %?") << session_id).str());
+    error = host::instance().token_error;
+    return error == 0;
+}
+
+bool read_install_dir(const std::wstring& product, std::wstring& out) {
+    note("install dir of" + quoted(product.c_str()));
+    if (host::instance().has_install_dir)
+        out = L"C:\\vexa\\";
+    return host::instance().has_install_dir;
+}
+
+std::wstring common_data_dir(const std::wstring& product) {
+    note("data dir of" + quoted(product.c_str()));
+    return L"D:\\data\\";
+}
+
+bool is_admin() {
+    return host::instance().admin;
+}
+
+void wait_for_key() {
+    note("key");
+}
+void initialize_com() {
+    note("COM on");
+}
+void uninitialize_com() {
+    note("COM off");
+}
+
+} // namespace vfl

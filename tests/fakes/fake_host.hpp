@@ -1,0 +1,42 @@
+// What the host calls of Windows (service_manager.hpp, mode_calls.hpp, locations.hpp, rights.hpp), acted out,
+// and the service library behind the process's library table. Every call is noted in `calls`, in order. Not
+// thread-safe.
+#pragma once
+
+#include "cl/sys/library_table.hpp"
+#include "host/service_manager.hpp"
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace fakes {
+
+struct host {
+    std::vector<std::string> calls;
+    // Errors to answer with; report_errors holds one for each report in turn.
+    std::uint32_t dispatcher_error = 0, register_error = 0, token_error = 0;
+    std::vector<std::uint32_t> report_errors;
+    bool admin = true;
+    bool has_install_dir = true;
+    // Played on the dispatcher's thread, behind the service's body.
+    std::function<void(vfl::service_handler_function)> controls;
+
+    // The library: whether there is one, its exports, and what they return.
+    bool has_library = true;
+    std::set<std::string> missing;
+    std::map<std::string, std::uint32_t> results;
+    int loaded = 0; // loads less unloads
+
+    // The one host of the process; reset() starts afresh, with the process's library table on these calls.
+    static host& instance();
+    static void reset();
+
+    // The noted calls, each on a line.
+    [[nodiscard]] std::string log() const;
+};
+
+} // namespace fakes
