@@ -89,14 +89,11 @@ public:
             return -2;
         const std::int64_t records_size =
             static_cast<std::int64_t>(header_.record_count) * std::int64_t{sizeof(vfl_connection_record)};
-        const std::int64_t left = size_ - header_size - records_size;
-        if (left < 0)
+        if (size_ - header_size < records_size)
             return -1;
-        const std::int64_t narrow_start = header_size + records_size;
-        const std::int64_t wide_start = walk(narrow_start, left, header_.narrow_count, map_.narrow_pool_);
-        if (wide_start < 0)
-            return -1;
-        return walk(wide_start, left - (wide_start - narrow_start), header_.wide_count, map_.wide_pool_);
+        const std::int64_t wide_start =
+            walk(header_size + records_size, header_.narrow_count, map_.narrow_pool_);
+        return wide_start < 0 ? -1 : walk(wide_start, header_.wide_count, map_.wide_pool_);
     }
 
     // Marks or erases the entries that the block doesn't name.
@@ -157,26 +154,21 @@ public:
     [[nodiscard]] bool is_partial() const { return (header_.clock_and_flags & VFL_SNAPSHOT_PARTIAL) != 0; }
 
 private:
-    // Walks the `count` texts of the pool at `start`. `left` is what the block has for them, less the padding
-    // of the texts before this pool. Returns the end of the pool, padding included, or -1.
+    // Walks the `count` texts of the pool that starts at `at`. Returns the end of the pool with the padding
+    // of its last text, which may be missing from the block, or -1 when a text doesn't lie in the block.
     template <class Ch>
-    std::int64_t walk(std::int64_t start, std::int64_t left, std::uint32_t count,
+    std::int64_t walk(std::int64_t at, std::int64_t count,
                       std::vector<connection_map::pool_text<Ch>>& pool) const {
         pool.clear();
-        if (count == 0)
-            return start;
         // Refuses counts that can't fit before memory is taken for them.
-        if (left / 4 < count)
+        if (count > 0 && (size_ - at) / 4 < count)
             return -1;
-        pool.reserve(count);
-        std::int64_t at = start;
+        pool.reserve(static_cast<std::size_t>(count));
         for (; count > 0; --count) {
-            // Padding isn't taken off `left`, so the position is checked as well.
-            if (left < 4 || size_ - at < 4)
+            if (size_ - at < 4)
                 return -1;
-            const std::int64_t length = load<std::uint32_t>(bytes_ + at);
-            left -= 4 + length;
-            if (left < 0 || size_ - at - 4 < length)
+            const std::int64_t length = text_bytes(bytes_ + at);
+            if (size_ - at - 4 < length)
                 return -1;
             pool.push_back({bytes_ + at, {}});
             at += 4 + (length + 3) / 4 * 4;
