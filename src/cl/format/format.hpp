@@ -26,6 +26,7 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <typeinfo>
 
 namespace cl {
 
@@ -130,12 +131,25 @@ public:
     bool is_zero_filled() const { return fill == '0'; }
 
 protected:
+    // Every text goes through the slots.
     format_base() = default;
+    // The shipped targets lend a window: memory of theirs that may be written without a call of a slot. It
+    // counts while the object is of the type `owner` itself, so that a derived class sees every text in its
+    // slots. The position is what `at` points to, the last character goes ahead of `limit`; with no room
+    // left, the slots are called. A staged window is emptied by put_text at the end of each insertion.
+    format_base(const std::type_info& owner, Ch* first, Ch* limit, bool staged)
+        : limit_(limit), owner_(&owner), pos_(first), staged_(staged) {}
+    format_base(const std::type_info& owner, Ch** at, Ch* limit)
+        : limit_(limit), owner_(&owner), at_(at), staged_(false) {}
     ~format_base() = default;
 
     // Points at a new format and scans as far as its first directive. Nothing of the directive that the old
     // one waits with is reset.
     void scan_format(const Ch* format);
+
+    // The write position of a window that the target itself keeps.
+    Ch* position() const { return pos_; }
+    void set_position(Ch* p) { pos_ = p; }
 
 private:
     enum flag : std::uint8_t {
@@ -149,29 +163,54 @@ private:
         star_precision = 128,
     };
 
-    struct digit_text;
+    // The window as one call of the engine sees it; without room where every text must go through the slots.
+    struct window {
+        Ch* out;
+        Ch* limit;
+        std::ptrdiff_t room() const { return limit - out; }
+    };
+    struct lead;
 
     static constexpr Ch no_text[1] = {};
 
-    format_base& own_text(const Ch* text, std::size_t n, bool null_word);
-    bool pointer_letter(const void* text);
-    void scan(bool to_end);
+    window open() const {
+        Ch* out = *at_;
+        return {out, &typeid(*this) == owner_ ? limit_ : out};
+    }
+    void close(window w);
+    window slot_fill(window w, Ch c, int count);
+    window slot_text(window w, const Ch* text, std::size_t n);
+    window fill_in(window w, Ch c, int count);
+    window text_in(window w, const Ch* text, std::size_t n);
+
+    window scan(window w);
     const Ch* parse(const Ch* f);
-    bool take_star(std::uint8_t value);
-    void drop_stars();
-    void next();
-    void number(std::int64_t signed_form, std::uint64_t unsigned_form, char default_letter);
-    void place_point(digit_text& digits);
-    void emit_number(digit_text& digits, const Ch* prefix, std::size_t prefix_length);
-    void emit_text(const Ch* text, std::size_t n);
+    void take_star(std::uint8_t value);
+    bool pointer_letter(const void* text);
+    format_base& own_text(const Ch* text, std::size_t n, bool null_word);
+    window number(window w, std::int64_t signed_form, std::uint64_t unsigned_form, char default_letter);
+    std::uint64_t shorten(std::uint64_t value);
+    window decimal(window w, std::uint64_t value, bool negative);
+    window radix(window w, std::uint64_t value, char letter);
+    template <class Write>
+    window emit_number(window w, lead ahead, int length, const Write& write);
+    window emit_text(window w, const Ch* text, std::size_t n);
+    window next(window w);
 
     std::uint8_t width = 0;      // minimum field width, 0 = none
-    std::int8_t precision = -1;  // -1 = not given
-    std::int8_t sig_digits = -1; // the number after '~', -1 = not given
+    std::int8_t precision = -1;  // negative = not given
+    std::int8_t sig_digits = -1; // the number after '~', negative = not given
     std::uint8_t flags = 0;      // bits of `flag`
     bool star_sig = false;       // "~*" waits for its argument
+    bool bare = true;            // nothing but "%?" has been read since the fields were reset
     Ch fill = ' ';               // ' ' or '0'
     const Ch* fmt = no_text;     // on the letter of the directive that waits, or on the terminating zero
+
+    Ch* limit_ = nullptr;
+    const std::type_info* owner_ = nullptr;
+    Ch* pos_ = nullptr;
+    Ch** at_ = &pos_;
+    bool staged_ = false;
 };
 
 extern template class format_base<char>;
@@ -188,7 +227,13 @@ public:
     std::basic_string<Ch> result() const override;
 
 private:
-    std::basic_string<Ch> text_;
+    // Texts of up to this length need no memory but that of the result.
+    static constexpr std::size_t local_size = 256;
+
+    void spill();
+
+    std::basic_string<Ch> text_; // what came ahead of `local_`
+    Ch local_[local_size];
 };
 
 extern template class basic_format<char>;
@@ -214,7 +259,6 @@ public:
     std::string result() const override;
 
 private:
-    char* pos_;
     char* end_;
 };
 
@@ -254,6 +298,7 @@ public:
 
 private:
     std::string* out_;
+    char stage_[64];
 };
 
 } // namespace cl

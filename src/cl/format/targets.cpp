@@ -1,4 +1,6 @@
-// Where formatted text goes: a string of the formatter's own, a fixed buffer, or the caller's string.
+// Where formatted text goes: a string of the formatter's own, a fixed buffer, or the caller's string. The
+// engine fills their windows by itself; the slots here are what it calls when a window has no room, and what
+// a derived class calls from its own.
 #include "cl/format/format.hpp"
 
 #include <algorithm>
@@ -13,65 +15,80 @@ std::size_t fitting(const char* pos, const char* end, std::size_t n) {
     return pos < end ? std::min(n, static_cast<std::size_t>(end - pos) - 1) : 0;
 }
 
-void append_fill(char*& pos, char* end, char c, int count) {
-    if (count <= 0)
-        return;
-    const std::size_t n = fitting(pos, end, static_cast<std::size_t>(count));
-    if (n != 0)
-        std::memset(pos, c, n);
-    pos += n;
+char* append_fill(char* pos, const char* end, char c, int count) {
+    const std::size_t n = fitting(pos, end, static_cast<std::size_t>(std::max(count, 0)));
+    return n == 0 ? pos : static_cast<char*>(std::memset(pos, c, n)) + n;
 }
 
-void append_text(char*& pos, char* end, const char* text, std::size_t n) {
+char* append_text(char* pos, const char* end, const char* text, std::size_t n) {
     n = fitting(pos, end, n);
-    if (n != 0)
-        std::memcpy(pos, text, n);
-    pos += n;
+    return n == 0 ? pos : static_cast<char*>(std::memcpy(pos, text, n)) + n;
+}
+
+// The last character that may be written, which is the terminator's; `pos` if there is none.
+char* terminator_place(char* pos, char* end) {
+    return pos < end ? end - 1 : pos;
 }
 
 } // namespace
 
 template <class Ch>
-basic_format<Ch>::basic_format(const Ch* format) {
+basic_format<Ch>::basic_format(const Ch* format)
+    : format_base<Ch>(typeid(basic_format), local_, local_ + local_size, false) {
     this->scan_format(format);
 }
 
 template <class Ch>
+void basic_format<Ch>::spill() {
+    text_.append(local_, static_cast<std::size_t>(this->position() - local_));
+    this->set_position(local_);
+}
+
+template <class Ch>
 void basic_format<Ch>::put_fill(Ch c, int count) {
-    if (count > 0)
-        text_.append(static_cast<std::size_t>(count), c);
+    if (count <= 0)
+        return;
+    spill();
+    text_.append(static_cast<std::size_t>(count), c);
 }
 
 template <class Ch>
 void basic_format<Ch>::put_text(const Ch* text, std::size_t n) {
+    spill();
     text_.append(text, n);
 }
 
 template <class Ch>
 std::basic_string<Ch> basic_format<Ch>::result() const {
-    return text_;
+    const auto local = static_cast<std::size_t>(this->position() - local_);
+    if (text_.empty())
+        return std::basic_string<Ch>(local_, local);
+    std::basic_string<Ch> all;
+    all.reserve(text_.size() + local);
+    all.append(text_).append(local_, local);
+    return all;
 }
 
 template class basic_format<char>;
 template class basic_format<wchar_t>;
 
 basic_sformat<char>::basic_sformat(char* buf, std::size_t size, const char* format)
-    : pos_(buf), end_(buf + size) {
+    : format_base(typeid(basic_sformat), buf, terminator_place(buf, buf + size), false), end_(buf + size) {
     scan_format(format);
 }
 
 basic_sformat<char>::~basic_sformat() {
     finish();
-    if (pos_ < end_)
-        *pos_ = 0;
+    if (position() < end_)
+        *position() = 0;
 }
 
 void basic_sformat<char>::put_fill(char c, int count) {
-    append_fill(pos_, end_, c, count);
+    set_position(append_fill(position(), end_, c, count));
 }
 
 void basic_sformat<char>::put_text(const char* text, std::size_t n) {
-    append_text(pos_, end_, text, n);
+    set_position(append_text(position(), end_, text, n));
 }
 
 std::string basic_sformat<char>::result() const {
@@ -79,7 +96,8 @@ std::string basic_sformat<char>::result() const {
 }
 
 basic_spformat<char>::basic_spformat(char** cursor, char* end, const char* format)
-    : cursor_(cursor), end_(end) {
+    : format_base(typeid(basic_spformat), cursor, terminator_place(*cursor, end)), cursor_(cursor),
+      end_(end) {
     scan_format(format);
 }
 
@@ -90,20 +108,21 @@ basic_spformat<char>::~basic_spformat() {
 }
 
 void basic_spformat<char>::put_fill(char c, int count) {
-    append_fill(*cursor_, end_, c, count);
+    *cursor_ = append_fill(*cursor_, end_, c, count);
 }
 
 void basic_spformat<char>::put_text(const char* text, std::size_t n) {
-    append_text(*cursor_, end_, text, n);
+    *cursor_ = append_text(*cursor_, end_, text, n);
 }
 
 std::string basic_spformat<char>::result() const {
     return {};
 }
 
-basic_strformat<char>::basic_strformat(std::string& out) : out_(&out) {}
+basic_strformat<char>::basic_strformat(std::string& out)
+    : format_base(typeid(basic_strformat), stage_, stage_ + sizeof stage_, true), out_(&out) {}
 
-basic_strformat<char>::basic_strformat(std::string& out, const char* format) : out_(&out) {
+basic_strformat<char>::basic_strformat(std::string& out, const char* format) : basic_strformat(out) {
     scan_format(format);
 }
 
@@ -116,12 +135,16 @@ void basic_strformat<char>::set_format(const char* format) {
 }
 
 void basic_strformat<char>::put_fill(char c, int count) {
+    basic_strformat::put_text(nullptr, 0);
     if (count > 0)
         out_->append(static_cast<std::size_t>(count), c);
 }
 
 void basic_strformat<char>::put_text(const char* text, std::size_t n) {
-    out_->append(text, n);
+    out_->append(stage_, static_cast<std::size_t>(position() - stage_));
+    set_position(stage_);
+    if (n != 0)
+        out_->append(text, n);
 }
 
 std::string basic_strformat<char>::result() const {

@@ -1,5 +1,7 @@
 #include "cl/format/value_text.hpp"
 
+#include "cl/format/digits.hpp"
+
 #include <cstddef>
 
 namespace cl {
@@ -10,6 +12,9 @@ namespace {
 constexpr std::size_t address_size = 42;
 // "xx:xx:xx:xx:xx:xx" and its terminator.
 constexpr std::size_t mac_size = 18;
+// The most hours that 64 bits of seconds hold, ":mm:ss", nine decimals and the terminator, with room to
+// spare.
+constexpr std::size_t duration_size = 48;
 
 struct zero_run {
     int first = 0;
@@ -37,44 +42,48 @@ bool is_mapped_ipv4(const ip6_addr& a) {
     return a.bytes[10] == 0xFF && a.bytes[11] == 0xFF;
 }
 
-void write_full(char*& cursor, char* end, const std::uint16_t (&g)[8]) {
-    basic_spformat<char>(&cursor, end, "%x:%x:%x:%x:%x:%x:%x:%x")
-        << g[0] << g[1] << g[2] << g[3] << g[4] << g[5] << g[6] << g[7];
+// A group in hexadecimal, without zeros ahead.
+char* write_group(char* out, std::uint16_t group) {
+    out += detail::radix_length(group, 4);
+    detail::write_radix(out, group, 4, detail::lower_digits);
+    return out;
 }
 
-void write_short(char*& cursor, char* end, const std::uint16_t (&groups)[8], zero_run run) {
-    for (int i = 0; i < run.first; ++i)
-        basic_spformat<char>(&cursor, end, "%x:") << groups[i];
-    if (run.first == 0)
-        basic_spformat<char>(&cursor, end, ":");
-    for (int i = run.first + run.count; i < 8; ++i)
-        basic_spformat<char>(&cursor, end, ":%x") << groups[i];
-    if (run.first + run.count == 8)
-        basic_spformat<char>(&cursor, end, ":");
+// Groups `first` to `last` - 1 with a colon between each two.
+char* write_groups(char* out, const std::uint16_t (&groups)[8], int first, int last) {
+    for (int i = first; i < last; ++i) {
+        if (i != first)
+            *out++ = ':';
+        out = write_group(out, groups[i]);
+    }
+    return out;
 }
 
 // Writes the text of `a` into `buffer` and returns its length.
 std::size_t write_address(char (&buffer)[address_size], const ip6_addr& a, bool brackets, bool full) {
-    char* cursor = buffer;
-    char* const end = buffer + address_size;
+    char* out = buffer;
     if (is_mapped_ipv4(a)) {
-        basic_spformat<char>(&cursor, end, "%?.%?.%?.%?")
+        basic_spformat<char>(&out, buffer + address_size, "%?.%?.%?.%?")
             << a.bytes[12] << a.bytes[13] << a.bytes[14] << a.bytes[15];
-        return static_cast<std::size_t>(cursor - buffer);
+        return static_cast<std::size_t>(out - buffer);
     }
     std::uint16_t groups[8];
     for (int i = 0; i < 8; ++i)
         groups[i] = static_cast<std::uint16_t>(a.bytes[2 * i] << 8 | a.bytes[2 * i + 1]);
+    if (brackets)
+        *out++ = '[';
     const zero_run run = longest_zero_run(groups);
+    if (full || run.count == 0) {
+        out = write_groups(out, groups, 0, 8);
+    } else {
+        out = write_groups(out, groups, 0, run.first);
+        *out++ = ':';
+        *out++ = ':';
+        out = write_groups(out, groups, run.first + run.count, 8);
+    }
     if (brackets)
-        basic_spformat<char>(&cursor, end, "[");
-    if (full || run.count == 0)
-        write_full(cursor, end, groups);
-    else
-        write_short(cursor, end, groups, run);
-    if (brackets)
-        basic_spformat<char>(&cursor, end, "]");
-    return static_cast<std::size_t>(cursor - buffer);
+        *out++ = ']';
+    return static_cast<std::size_t>(out - buffer);
 }
 
 std::size_t write_mac(char (&buffer)[mac_size], const std::uint8_t* a, bool dashes) {
@@ -121,23 +130,20 @@ std::string duration_text(std::uint64_t value, std::uint32_t unit) {
     const std::uint64_t m = seconds / 60 % 60;
     const std::uint64_t s = seconds % 60;
 
-    std::string text;
-    basic_strformat<char> f(text);
-    if (h != 0) {
-        f.set_format("%?:");
-        f << h;
+    char buffer[duration_size];
+    char* cursor = buffer;
+    {
+        const char* format = h != 0 ? "%?:%02?:%02?" : m != 0 ? "%?:%02?" : "%?";
+        basic_spformat<char> f(&cursor, buffer + duration_size, format);
+        if (h != 0)
+            f << h;
+        if (h != 0 || m != 0)
+            f << m;
+        f << s;
     }
-    if (h != 0 || m != 0) {
-        f.set_format("%0*?:");
-        f << (h != 0 ? 2 : 1) << m;
-    }
-    f.set_format("%0*?");
-    f << (h != 0 || m != 0 ? 2 : 1) << s;
-    if (places != 0) {
-        f.set_format(".%0*?");
-        f << places << fraction;
-    }
-    return text;
+    if (places != 0)
+        basic_spformat<char>(&cursor, buffer + duration_size, ".%0*?") << places << fraction;
+    return {buffer, cursor};
 }
 
 void format_value(format_base<char>& f, const ip6_addr& a) {
