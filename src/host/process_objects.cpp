@@ -4,11 +4,14 @@
 //
 // What other threads may still touch at the end (the lists, the timer, the library table, the records of
 // system and processor) is shut down here, or stays as it is, and is never destroyed.
+#include "cl/file/random_gen.hpp"
 #include "cl/ini/cached_ini.hpp"
 #include "cl/sys/cpu_info.hpp"
+#include "cl/sys/entropy.hpp"
 #include "cl/sys/library_table.hpp"
 #include "cl/sys/os_info.hpp"
 #include "cl/sys/scrambled_bindings.hpp"
+#include "cl/sys/seed_text.hpp"
 #include "cl/time/passive_timer.hpp"
 #include "cl/trace/console_trace.hpp"
 #include "cl/trace/list/console.hpp"
@@ -19,6 +22,7 @@
 
 #include <cstdlib>
 #include <new>
+#include <random>
 #include <string>
 
 namespace {
@@ -117,6 +121,23 @@ cl::scrambled_bindings scrambled;
 struct cpu_setup {
     cpu_setup() { cl::fill_cpu_info(); }
 } set_up_cpu;
+
+} // namespace
+
+// From its default seed; the next object seeds it.
+std::mt19937 cl::twister;
+
+namespace {
+
+// Behind the records and the library table, whose facts they mix, and behind the clock. Each of the three
+// takes a digest of its own.
+struct seed_setup {
+    seed_setup() {
+        cl::backoff_rng.seed(cl::new_seed());
+        cl::name_rng.seed(cl::new_seed());
+        cl::seed_twister(cl::twister, cl::entropy_text(false));
+    }
+} set_up_seeds;
 
 // The first line of every run, as soon as there is a log for it.
 struct start_banner {

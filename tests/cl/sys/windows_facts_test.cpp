@@ -1,5 +1,6 @@
 // The record of the system that the test runs on, against what Windows tells by other ways.
 #include "cl/sys/os_info.hpp"
+#include "other_process.hpp"
 
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -43,10 +44,8 @@ TEST(os_facts, under_other_versions_of_windows) {
     if (!GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version"))
         GTEST_SKIP() << "the version of this system can't be chosen";
     namespace fs = std::filesystem;
-    wchar_t self[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, self, MAX_PATH);
     const fs::path copy = fs::temp_directory_path() / L"vfl_version_test.exe";
-    fs::copy_file(self, copy, fs::copy_options::overwrite_existing);
+    fs::copy_file(other_process::path_of_this(), copy, fs::copy_options::overwrite_existing);
     const wchar_t* const key = L"Software\\Wine\\AppDefaults\\vfl_version_test.exe";
 
     struct row {
@@ -63,19 +62,8 @@ TEST(os_facts, under_other_versions_of_windows) {
         ASSERT_EQ(RegSetKeyValueW(HKEY_CURRENT_USER, key, L"Version", REG_SZ, r.name,
                                   static_cast<DWORD>(2 * (wcslen(r.name) + 1))),
                   0);
-        std::wstring command =
-            copy.wstring() + L" --gtest_also_run_disabled_tests --gtest_filter=*in_another_process";
-        STARTUPINFOW start{};
-        start.cb = sizeof start;
-        PROCESS_INFORMATION process{};
-        ASSERT_TRUE(CreateProcessW(copy.c_str(), command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                                   &start, &process));
-        EXPECT_EQ(WaitForSingleObject(process.hProcess, 60000), WAIT_OBJECT_0);
-        DWORD result = 0;
-        GetExitCodeProcess(process.hProcess, &result);
+        const DWORD result = other_process("*in_another_process", copy).exit_code();
         EXPECT_EQ(result, r.result) << std::hex << result;
-        CloseHandle(process.hThread);
-        CloseHandle(process.hProcess);
     }
     RegDeleteTreeW(HKEY_CURRENT_USER, key);
     fs::remove(copy);

@@ -1,0 +1,93 @@
+#include "cl/sys/seed_text.hpp"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(seed_text, addresses_of_real_adapters) {
+    using cl::network_adapter;
+    const std::vector<std::uint8_t> good = {0x00, 0x11, 0x22, 0x33, 0x44, 0xFF};
+    const std::pair<network_adapter, const char*> rows[] = {
+        {{6, good, "Ethernet"}, "00:11:22:33:44:ff "},
+        {{9, good, "Ring"}, "00:11:22:33:44:ff "},
+        {{71, good, "Radio"}, "00:11:22:33:44:ff "},
+        {{24, good, "Loopback"}, ""},
+        {{6, {0x00, 0x11, 0x22, 0x33, 0x44}, "five bytes"}, ""},
+        {{6, {0x00, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77}, "eight bytes"}, ""},
+        {{6, {}, "none"}, ""},
+        {{6, {0, 0, 0, 0, 0, 0}, ""}, ""},
+        {{6, {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}, ""}, ""},
+        {{6, {0x33, 0x33, 0, 0, 0, 1}, ""}, ""},
+        {{6, {0x88, 0x88, 0x88, 0x88, 0x87, 0x88}, ""}, ""},
+        {{6, {0x88, 0x88, 0x88, 0x88, 0x88, 0x88}, ""}, "88:88:88:88:88:88 "},
+        {{6, {0x01, 0x11, 0x22, 0x33, 0x44, 0x55}, "group"}, ""},
+        {{6, {0x02, 0x11, 0x22, 0x33, 0x44, 0x55}, "local"}, ""},
+        {{6, {0x00, 0x50, 0x56, 1, 2, 3}, "maker of machines"}, ""},
+        {{6, {0x00, 0x50, 0x57, 1, 2, 3}, "next maker"}, "00:50:57:01:02:03 "},
+        {{6, {0x0A, 0x00, 0x27, 0, 0, 1}, ""}, ""},
+        {{6, good, "My VirTUAL Switch"}, ""},
+    };
+    for (const auto& [adapter, text] : rows)
+        EXPECT_EQ(cl::adapter_addresses({&adapter, 1}), text) << adapter.description;
+
+    const network_adapter several[] = {
+        {6, {8, 0, 0, 0, 0, 2}, ""}, {71, {4, 0, 0, 0, 0, 9}, ""}, {6, {8, 0, 0, 0, 0, 2}, ""}};
+    EXPECT_EQ(cl::adapter_addresses(several), "04:00:00:00:00:09 08:00:00:00:00:02 ") << "sorted, each once";
+}
+
+TEST(seed_text, the_stable_part) {
+    cl::os_record os;
+    os.description = L"Some Windows";
+    os.version = 601;
+    os.build = 7601;
+    os.sp_major = 1;
+    os.build_lab = L"lab";
+    cl::cpu_record cpu;
+    cpu.brand_text = "CPU ";
+    std::copy_n("GenuineIntel", 12, cpu.vendor);
+    cpu.leaf1[0] = 12345;
+    cl::machine_identity machine;
+    machine.user = "user";
+    machine.fresh.data1 = 0xABC;
+    machine.machine_sid = L"S-1-5";
+    machine.adapters = {{6, {0x00, 0x50, 0x56, 1, 2, 3}, ""}};
+    const std::string first = "Some Windows; 6.01.7601 SP1 (lab); CPU ; GenuineIntel; 12345; ";
+    const std::string rest = "user; ; 00000abc-0000-0000-0000-000000000000; S-1-5; ; ";
+    EXPECT_EQ(cl::stable_seed_text(os, cpu, machine), first + rest) << "the registry step is left out";
+    machine.registered = {"", "C:\\windows", "me", ""};
+    EXPECT_EQ(cl::stable_seed_text(os, cpu, machine), first + "; C:\\windows; me; ; " + rest);
+}
+
+TEST(seed_text, the_varying_part) {
+    cl::moment now;
+    now.system_time = 0x1D9ABCDEF012345;
+    now.thread = 16;
+    now.process = 17;
+    EXPECT_EQ(cl::varying_seed_text(now), "1d9abcdef012345; 0; 0; 10; 11; 0; 0; 0; "
+                                          "00000000-0000-0000-0000-000000000000; ");
+    now.tsc = 0xFEDCBA9876543210;
+    now.rdrand = 1;
+    now.secure = {0xFFFFFFFF, 2};
+    now.firmware.assign(8, std::byte{});
+    for (const int b : {2, 5, 0, 0, 1, +'B', 0, 0})
+        now.firmware.push_back(static_cast<std::byte>(b));
+    now.provider.emplace().fill(0x0F);
+    EXPECT_EQ(
+        cl::varying_seed_text(now),
+        "1d9abcdef012345; 0; 0; fedcba9876543210; 1; 10; 11; 0; 0; 0; 00000000-0000-0000-0000-000000000000; "
+        "ffffffff; 2; B; ; ; ; ; 2; 0f0f0f0f0f0f0f0f0f0f0f0f0f0f0f0f; ");
+}
+
+TEST(seed_text, the_twister_depends_on_all_of_the_text) {
+    std::mt19937 first, again, other;
+    for (const char* text : {"", "1234567", "12345678", "a longer text; with items; \xE4; "}) {
+        cl::seed_twister(first, text);
+        cl::seed_twister(again, text);
+        cl::seed_twister(other, std::string(text) + '!');
+        EXPECT_EQ(first, again);
+        EXPECT_NE(first, other);
+        EXPECT_NE(first, std::mt19937());
+    }
+}
+
+} // namespace
