@@ -95,7 +95,7 @@ TEST(trace_soak, nothing_is_lost) {
                 event never;
                 std::string text;
                 for (std::int64_t n = 0; go_on; written[static_cast<std::size_t>(w)] = n) {
-                    for (unsigned burst = random() % 20; burst != 0; --burst, ++n) {
+                    for (auto burst = random() % 20; burst != 0; --burst, ++n) {
                         text = std::string(1, static_cast<char>('a' + w)) + " " + std::to_string(n) + " " +
                                std::string(random() % 80, '.') + "\n";
                         trace.write(text.c_str(), true);
@@ -113,10 +113,10 @@ TEST(trace_soak, nothing_is_lost) {
                                                os::file_disposition::open_existing, 0, false};
                 if (os::open_file(path.c_str(), request, file) == 0) {
                     ++holds;
-                    never.wait(random() % 40);
+                    never.wait(static_cast<std::uint32_t>(random() % 40));
                     os::close_file(file);
                 }
-                never.wait(random() % 200);
+                never.wait(static_cast<std::uint32_t>(random() % 200));
             }
         });
         event never;
