@@ -47,9 +47,11 @@ public:
     // instead.
     //
     // An armed entry is left alone, deadline and callback, unless `replace` is true; then it is armed anew. A
-    // callback may arm its own entry again. Nothing happens with an empty callback, or if the timer isn't
-    // `ready`. The first interval must be below 2^31 ms by more than the age of the last pass, or the entry
-    // is due at once. Memory may run out: std::bad_alloc, and nothing has changed.
+    // callback may arm its own entry again. An entry that is due in the sweep under way fires in it even if
+    // it is replaced ahead of that, with the new callback; this is deliberate. Nothing happens with an empty
+    // callback, or if the timer isn't `ready`. The first interval must be below 2^31 ms by more than the age
+    // of the last pass, or the entry is due at once. Memory may run out: std::bad_alloc, and nothing has
+    // changed.
     //
     // A repeated entry that is late fires again at once until it has caught up, at most three intervals; one
     // of an hour or more has no such limit. While any entry is overdue the worker does nothing else, so an
@@ -60,10 +62,10 @@ public:
     // Disarms the entry of `key` and makes the handle null, whether or not there was an entry; true if there
     // was one. A timer that isn't `ready` has none.
     //
-    // With `wait` it returns when no callback of the entry runs any more. Called from that very callback it
-    // doesn't wait, and for an event-driven entry not from any callback of the timer. A callback that arms
-    // its entry again during the wait leaves it armed, with a null handle: an owner that goes away must see
-    // to it that its callback doesn't.
+    // With `wait` it returns when no callback of the entry runs any more, and its event may go. Called from
+    // that very callback it doesn't wait, and for an event-driven entry not from any callback of the timer. A
+    // callback that arms its entry again during the wait leaves it armed, with a null handle: an owner that
+    // goes away must see to it that its callback doesn't.
     //
     // The engine makes the handle null when a running callback that was stopped returns. With `force` it
     // forgets the handle at once, so that an object may destroy itself in its own callback.

@@ -123,6 +123,24 @@ TEST(passive_timer, a_sweep_is_flushed_through) {
     }
 }
 
+TEST(passive_timer, an_idle_worker_sleeps) {
+    passive_timer timer("test");
+    timer_handle key{nullptr};
+    timer.start(
+        &key, [] {}, 60000, timer_once, false);
+    timer.flush_sweep(0);
+    const auto passes = [&timer] {
+        const mutex_auto scope(timer.lock, true);
+        return timer.passes;
+    };
+    const std::uint32_t before = passes();
+    event never;
+    never.wait(40);
+    EXPECT_LE(passes(), before + 1);
+    timer.flush_sweep(0);
+    EXPECT_GT(passes(), before);
+}
+
 TEST(passive_timer, a_closed_gate_delays) {
     static std::atomic<int> refused, passed;
     refused = passed = 0;
