@@ -75,8 +75,9 @@ TEST_F(cached_ini_fault, waits_for_others_in_pauses_of_random_length) {
         }
         EXPECT_GT(different, 0U);
         EXPECT_GE(slept, row.works ? row.held_ms : 5000U);
-        if (!row.works)
+        if (!row.works) {
             EXPECT_EQ(disk::calls(file_op::open), static_cast<int>(pauses.size())); // no try behind the last
+        }
         disk::clear_faults();
     }
     EXPECT_EQ(value(), "3");
@@ -186,8 +187,9 @@ TEST_F(cached_ini_fault, flush) {
         EXPECT_EQ(disk::names(), std::vector<std::wstring>{file_path});
         EXPECT_EQ(disk::open_handles(), 0);
         EXPECT_EQ(is_dirty(), row.dirty);
-        if (row.dirty)
+        if (row.dirty) {
             EXPECT_TRUE(file().ends_with(after)) << file();
+        }
     }
 }
 
@@ -218,8 +220,9 @@ TEST_F(cached_ini_fault, each_call_in_turn) {
             EXPECT_TRUE(file() == before || file() == after) << file();
             const bool dirty = is_dirty();
             EXPECT_EQ(dirty, !result);
-            if (dirty)
+            if (dirty) {
                 EXPECT_EQ(file(), after);
+            }
         }
         EXPECT_GT(survived, 10);
     }
