@@ -2,6 +2,7 @@
 
 #include "cl/format/format.hpp"
 #include "cl/trace/list/trace_list.hpp"
+#include "cl/wifi/virtual_wifi_supervisor.hpp"
 #include "host/service_answer.hpp"
 #include "host/service_manager.hpp"
 #include "host/service_start.hpp"
@@ -75,6 +76,8 @@ std::uint32_t service_control_handler(std::uint32_t control, std::uint32_t event
 
 void power_event(bool resume) {
     cl::trace_out(std::string(resume ? "Power resume\n" : "Power suspend\n"));
+    if (resume)
+        cl::start_virtual_wifi_supervisor();
 }
 
 } // namespace vfl

@@ -2,6 +2,7 @@
 
 #include "cl/file/text_convert.hpp"
 #include "cl/format/format.hpp"
+#include "cl/wifi/virtual_wifi_supervisor.hpp"
 #include "host/locations.hpp"
 #include "host/mode_calls.hpp"
 #include "host/rights.hpp"
@@ -102,7 +103,7 @@ cl::entry_point find(cl::module_handle, const char* function) {
 }
 
 constexpr cl::module_calls scripted_modules = {load, unload, find, [] { return std::wstring(L"S:\\"); },
-                                    [] { return std::wstring(L"W:\\"); }};
+                                               [] { return std::wstring(L"W:\\"); }};
 
 } // namespace
 
@@ -127,6 +128,14 @@ std::string host::log() const {
 }
 
 } // namespace fakes
+
+namespace cl {
+
+void start_virtual_wifi_supervisor() {
+    note("Wi-Fi");
+}
+
+} // namespace cl
 
 namespace vfl {
 

@@ -1,6 +1,6 @@
-// What the host calls of Windows (service_manager.hpp, mode_calls.hpp, locations.hpp, rights.hpp), acted out,
-// and the service library behind the process's library table. Every call is noted in `calls`, in order. Not
-// thread-safe.
+// What the host calls of Windows (service_manager.hpp, mode_calls.hpp, locations.hpp, rights.hpp) and of the
+// Wi-Fi supervisor, acted out, and the service library behind the process's library table. Every call is
+// noted in `calls`, in order. Not thread-safe.
 #pragma once
 
 #include "cl/sys/library_table.hpp"

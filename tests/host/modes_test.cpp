@@ -259,6 +259,7 @@ TEST_F(modes_test, the_handler_reports_and_keeps_what_it_saw) {
         h.calls.clear();
         EXPECT_EQ(handle(2, 0, nullptr, nullptr), 120u);
         EXPECT_EQ(handle(13, 4, nullptr, nullptr), 0u);
+        EXPECT_EQ(handle(13, 18, nullptr, nullptr), 0u);
         EXPECT_EQ(handle(14, 1, notification, nullptr), 0u);
         h.token_error = 1314; // stays connected: the next unlock tries again
         EXPECT_EQ(handle(14, 8, notification, nullptr), 0u);
@@ -266,8 +267,8 @@ TEST_F(modes_test, the_handler_reports_and_keeps_what_it_saw) {
         EXPECT_EQ(handle(14, 8, notification, nullptr), 0u);
         EXPECT_EQ(handle(14, 8, nullptr, nullptr), 0u) << "nothing to test any more";
         EXPECT_EQ(handle(1, 0, nullptr, nullptr), 0u);
-        EXPECT_EQ(h.log(),
-                  "state 4\nstate 4\nstate 4\ntoken 42\nstate 4\ntoken 42\nstate 4\nstate 4\nstate 1\n");
+        EXPECT_EQ(h.log(), "state 4\nstate 4\nWi-Fi\nstate 4\nstate 4\ntoken 42\nstate 4\ntoken 42\nstate "
+                           "4\nstate 4\nstate 1\n");
         h.calls.clear();
     };
     EXPECT_EQ(run_mode_of(run_mode::service, {}), 0);
@@ -275,6 +276,7 @@ TEST_F(modes_test, the_handler_reports_and_keeps_what_it_saw) {
               "srv: service_start\nstart_service()\n"
               "srv: HandlerEx 0x2\nunknown service control 2\n"
               "srv: HandlerEx 0xd\nSERVICE_CONTROL_POWEREVENT 4\nPower suspend\n"
+              "srv: HandlerEx 0xd\nSERVICE_CONTROL_POWEREVENT 18\nPower resume\n"
               "srv: HandlerEx 0xe\nsrv: session change: console connect\nsrv: session id 42\n"
               "srv: HandlerEx 0xe\nsrv: session change: session unlock\nsrv: WTSQueryUserToken error 1314\n"
               "srv: HandlerEx 0xe\nsrv: session change: session unlock\n"
