@@ -198,7 +198,6 @@ private:
         e.is_tcp = (record.protocol & VFL_PROTOCOL_TCP) != 0;
         e.started = static_cast<std::int64_t>((header_.clock_and_flags >> 1) -
                                               (header_.driver_time - record.start_time) / 1000);
-        s.seen = map_.blocks_;
         if (const std::size_t length = map_.first()->entry.history_1.size(); length > 0) {
             e.history_1.resize(length, -1.0f);
             e.history_2.resize(length, -1.0f);
