@@ -1,5 +1,5 @@
-// The settings cache beside SimpleIni, a well-known INI library that keeps a file as trees of pointers into one
-// block: loading a file, looking up keys, and bringing one changed key to the disk.
+// The settings cache beside SimpleIni, a well-known INI library that keeps a file as trees of pointers into
+// one block: loading a file, looking up keys, and bringing one changed key to the disk.
 #include "bench_case.hpp"
 #include "cl/ini/cached_ini.hpp"
 #include "cl/time/passive_timer.hpp"
@@ -33,8 +33,10 @@ std::string make_text(int keys, int per_section) {
 }
 
 struct fixture {
-    fixture(cl::base_timer& t, const std::wstring& file_path, std::string narrow, int key_count, int in_section)
-        : timer(t), path(file_path), narrow_path(std::move(narrow)), keys(key_count), per_section(in_section) {
+    fixture(cl::base_timer& t, const std::wstring& file_path, std::string narrow, int key_count,
+            int in_section)
+        : timer(t), path(file_path), narrow_path(std::move(narrow)), keys(key_count),
+          per_section(in_section) {
         std::ofstream(narrow_path, std::ios::binary) << make_text(keys, per_section);
         load();
         theirs = load_simple_ini(narrow_path);

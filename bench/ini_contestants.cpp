@@ -1,5 +1,7 @@
 #include "ini_contestants.hpp"
 
+// The wide form would need another library to convert with.
+#define SI_NO_CONVERSION
 #include <SimpleIni.h>
 
 namespace {

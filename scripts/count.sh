@@ -2,7 +2,7 @@
 # scripts/count.sh BENCH [ARGS...]: the instructions that each case of a benchmark of bench/ takes, counted by callgrind.
 . "$(dirname "$0")/lib.sh"
 [ $# -ge 1 ] || die "usage: scripts/count.sh BENCH"
-need_packages valgrind libbenchmark-dev libfmt-dev
+need_packages valgrind libbenchmark-dev libfmt-dev libsimpleini-dev
 build_preset native "$1" || exit 1
 out=$(mktemp -d)
 trap 'rm -rf "$out"' EXIT
