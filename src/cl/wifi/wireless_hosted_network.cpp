@@ -48,7 +48,7 @@ constexpr const char* entry_names[] = {
 // answer.
 constexpr std::uint32_t error_access_denied = 5, error_not_enough_memory = 8, error_outofmemory = 14,
                         error_invalid_parameter = 87, error_service_not_active = 1062,
-                        error_too_many_handles = 1220, error_bad_configuration = 1610,
+                        error_remote_session_limit = 1220, error_bad_configuration = 1610,
                         error_invalid_state = 5023;
 
 // The peers that are let in when the system names no number.
@@ -121,7 +121,7 @@ bool wireless_hosted_network::open_client() {
         return true;
     case error_not_enough_memory:
         return fail("Failed to allocate memory to create the client context.");
-    case error_too_many_handles:
+    case error_remote_session_limit:
         return fail("Too many handles have been issued by the server.");
     default:
         return fail(error_text("Error %? creating client context.", error));

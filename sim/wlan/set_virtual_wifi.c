@@ -1,0 +1,90 @@
+/* Writes the settings of the hosted network, the passphrase protected as the service reads it:
+     set_virtual_wifi on SSID     bring the network back after sleep; the passphrase is one line of standard
+                                  input, because a command line can be seen by others
+     set_virtual_wifi off         leave it off; the other settings stay
+   Needs the right to write below HKEY_LOCAL_MACHINE. Exit code 0, or 1 with a line on standard error. */
+#include "cl/wifi/registry_values.h"
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <wchar.h>
+#include <windows.h>
+
+#include <dpapi.h>
+
+enum { shortest = 8, longest = 63, ssid_limit = 32 };
+
+static int fail(const char* what, unsigned long error) {
+    fprintf(stderr, "%s: error %lu\n", what, error);
+    return 1;
+}
+
+static LSTATUS put(HKEY key, const wchar_t* name, DWORD type, const void* data, size_t size) {
+    return RegSetValueExW(key, name, 0, type, data, (DWORD)size);
+}
+
+/* Protects the clear text for every account of this machine and stores it in hexadecimal. */
+static int put_passphrase(HKEY key, char* clear) {
+    char entropy[] = VFL_WIFI_ENTROPY;
+    DATA_BLOB in = {(DWORD)strlen(clear), (BYTE*)clear};
+    DATA_BLOB salt = {sizeof entropy - 1, (BYTE*)entropy};
+    DATA_BLOB out;
+    if (!CryptProtectData(&in, NULL, &salt, NULL, NULL, CRYPTPROTECT_LOCAL_MACHINE, &out))
+        return fail("CryptProtectData", GetLastError());
+    const size_t digits = 2 * (size_t)out.cbData;
+    wchar_t* const text = malloc((digits + 1) * sizeof *text);
+    if (!text)
+        return fail("the passphrase", ERROR_OUTOFMEMORY);
+    for (size_t i = 0; i < digits; ++i)
+        text[i] = L"0123456789ABCDEF"[i % 2 ? out.pbData[i / 2] & 15 : out.pbData[i / 2] >> 4];
+    text[digits] = 0;
+    const LSTATUS error = put(key, VFL_WIFI_PASSWORD, REG_SZ, text, (digits + 1) * sizeof *text);
+    free(text);
+    LocalFree(out.pbData);
+    return error ? fail("the passphrase", (unsigned long)error) : 0;
+}
+
+static int switch_on(HKEY key, const wchar_t* ssid) {
+    char line[longest + 3]; /* with a line end of two characters */
+    const int ssid_bytes = WideCharToMultiByte(CP_ACP, 0, ssid, -1, NULL, 0, NULL, NULL) - 1;
+    if (ssid_bytes < 1 || ssid_bytes > ssid_limit) {
+        fprintf(stderr, "an SSID has 1 to %d bytes\n", ssid_limit);
+        return 1;
+    }
+    setvbuf(stdin, NULL, _IONBF, 0); /* no buffer keeps the passphrase */
+    if (!fgets(line, sizeof line, stdin))
+        line[0] = 0;
+    line[strcspn(line, "\r\n")] = 0;
+    const size_t length = strlen(line);
+    int failed = 1;
+    if (length < shortest || length > longest) {
+        fprintf(stderr, "a passphrase has %d to %d characters\n", shortest, longest);
+    } else {
+        const LSTATUS error = put(key, VFL_WIFI_SSID, REG_SZ, ssid, (wcslen(ssid) + 1) * sizeof *ssid);
+        failed = error ? fail("the SSID", (unsigned long)error) : put_passphrase(key, line);
+    }
+    SecureZeroMemory(line, sizeof line);
+    return failed;
+}
+
+int wmain(int count, wchar_t** words) {
+    const int on = count == 3 && wcscmp(words[1], L"on") == 0;
+    if (!on && !(count == 2 && wcscmp(words[1], L"off") == 0)) {
+        fprintf(stderr,
+                "set_virtual_wifi on SSID  (the passphrase on standard input)\nset_virtual_wifi off\n");
+        return 1;
+    }
+    HKEY key;
+    LSTATUS error = RegCreateKeyExW(HKEY_LOCAL_MACHINE, VFL_WIFI_KEY, 0, NULL, 0,
+                                    KEY_SET_VALUE | KEY_WOW64_64KEY, NULL, &key, NULL);
+    if (error)
+        return fail("the registry key", (unsigned long)error);
+    int failed = on ? switch_on(key, words[2]) : 0;
+    /* Last, so that the network never comes back with half of new settings. */
+    const DWORD value = (DWORD)on;
+    if (!failed && (error = put(key, VFL_WIFI_AUTOSTART, REG_DWORD, &value, sizeof value)))
+        failed = fail("the autostart", (unsigned long)error);
+    RegCloseKey(key);
+    return failed;
+}
