@@ -169,18 +169,23 @@ inline constinit const cl::module_calls scripted_modules{
     [] { return std::wstring(L"W:\\"); },
 };
 
-// A fresh API behind a fresh table, for its own lifetime. The table is left empty.
+// A fresh API behind a fresh table, for its own lifetime. The table that stood there before comes back behind
+// it, byte by byte: its records point to one another and to the place where it stands.
 struct wlan_machine : scripted_wlan {
     wlan_machine() {
         wlan = this;
+        std::memcpy(table_before, &cl::libraries, sizeof table_before);
         cl::create_libraries(scripted_modules);
     }
     ~wlan_machine() {
         std::destroy_at(&cl::libraries);
+        std::memcpy(static_cast<void*>(&cl::libraries), table_before, sizeof table_before);
         wlan = nullptr;
     }
     wlan_machine(const wlan_machine&) = delete;
     wlan_machine& operator=(const wlan_machine&) = delete;
+
+    alignas(cl::library_table) unsigned char table_before[sizeof(cl::library_table)];
 };
 
 } // namespace fakes
