@@ -43,6 +43,7 @@ void file_trace::change_files(Change change) {
     mutex_auto guard(lock, true);
     auto names = files ? std::make_shared<log_files>(*files) : std::make_shared<log_files>();
     change(*names);
+    has_path = !names->path.empty();
     files = std::move(names);
 }
 
@@ -115,6 +116,32 @@ void file_trace::make_stamp() {
         stamp.make();
 }
 
+// A line, or a piece of one.
+inline void file_trace::append_line(std::string_view body, line_end ending) {
+    if (char* p = ring.reserve(line_stamp::size + body.size() + 2)) {
+        if (at_line_start)
+            p = stamp.copy_to(p);
+        std::memcpy(p, body.data(), body.size());
+        p += body.size();
+        if (ending == line_end::crlf)
+            *p++ = '\r';
+        if (ending != line_end::none)
+            *p++ = '\n';
+        ring.append_until(p);
+    } else {
+        if (at_line_start)
+            ring.append(stamp.text());
+        ring.append(body);
+        ring.append(std::string_view("\r\n").substr(2 - static_cast<std::size_t>(ending)));
+    }
+    at_line_start = ending != line_end::none;
+}
+
+// How the line that ends at a line feed of the text ends in the log.
+inline file_trace::line_end file_trace::ending_of(const char* text, const char* feed) const {
+    return crlf && (feed == text || feed[-1] != '\r') ? line_end::crlf : line_end::lf;
+}
+
 // `feed` is the first line feed of the text, or null.
 void file_trace::append_lines(std::string_view text, const char* feed) {
     if (!with_time && !crlf) {
@@ -127,22 +154,18 @@ void file_trace::append_lines(std::string_view text, const char* feed) {
     const char* const end = text.data() + text.size();
     const char* p = text.data();
     while (feed) {
-        const bool add_return = crlf && (feed == text.data() || feed[-1] != '\r');
-        ring.append_line(line_start(), {p, feed}, {add_return ? "\r\n" : "\n", add_return ? 2u : 1u});
-        at_line_start = true;
+        append_line({p, feed}, ending_of(text.data(), feed));
         p = feed + 1;
-        feed = p == end ? nullptr
-                        : static_cast<const char*>(std::memchr(p, '\n', static_cast<std::size_t>(end - p)));
+        if (p == end)
+            return;
+        feed = static_cast<const char*>(std::memchr(p, '\n', static_cast<std::size_t>(end - p)));
     }
-    if (p == end)
-        return;
-    ring.append_line(line_start(), {p, end}, {});
-    at_line_start = false;
+    append_line({p, end}, line_end::none);
 }
 
-// What stands ahead of the text that comes next.
-std::string_view file_trace::line_start() const {
-    return stamp.text().substr(0, at_line_start ? std::string_view::npos : 0);
+// Whether n more bytes leave an eighth of the ring free.
+inline bool file_trace::is_roomy(std::int64_t n) const {
+    return (ring.used + n) * 8 < std::int64_t{ring.buf_size} * 7 && ring.buf_size >= min_size;
 }
 
 bool file_trace::can_grow() const {
@@ -162,15 +185,23 @@ void file_trace::grow(mutex_auto& guard) {
     guard.lock();
 }
 
-// Drops the oldest text if n more bytes don't fit. False if the new text must be given up instead, because a
-// flush reads the oldest.
-bool file_trace::make_room(std::int64_t n) {
-    if (ring.used + n < ring.buf_size)
-        return true;
-    overflowed = true;
-    if (busy)
-        return false;
-    ring.drop_oldest();
+// Makes room for n more bytes, and says so in the log if text was lost. False if the new text must be given
+// up, because a flush reads the oldest, which would have to go.
+bool file_trace::make_room(mutex_auto& guard, std::int64_t n, bool flush) {
+    if (ring.used + n >= ring.buf_size || ring.used >= flush_at)
+        flush_locked(guard, flush);
+    if (!is_roomy(n) && flush && can_grow())
+        grow(guard);
+    if (ring.used + n >= ring.buf_size) {
+        overflowed = true;
+        if (busy)
+            return false;
+        ring.drop_oldest();
+    }
+    if (overflowed) {
+        overflowed = false;
+        ring.append(crlf ? "\r\nbuffer overflow\r\n" : "\nbuffer overflow\n");
+    }
     return true;
 }
 
@@ -179,22 +210,19 @@ void file_trace::write(const char* text, bool flush) {
         return;
     // Most texts are one whole line, and then one search gives both its line feed and its length.
     const char* const feed = std::strchr(text, '\n');
-    const char* const end = !feed || feed[1] != 0 ? text + std::strlen(text) : feed + 1;
-    const std::int64_t n = end - text;
+    const bool is_line = feed && feed[1] == 0;
+    const char* const end = is_line ? feed + 1 : text + std::strlen(text);
     mutex_auto guard(lock, true);
-    if (ring.used + n >= ring.buf_size || ring.used >= flush_at)
-        flush_locked(guard, flush);
-    const bool roomy = (ring.used + n) * 8 < std::int64_t{ring.buf_size} * 7 && ring.buf_size >= min_size;
-    if (!roomy && flush && can_grow())
-        grow(guard);
-    if (!make_room(n))
+    const bool easy = is_roomy(end - text) && ring.used < flush_at && !overflowed;
+    if (!easy && !make_room(guard, end - text, flush))
         return;
-    if (overflowed) {
-        overflowed = false;
-        ring.append(crlf ? "\r\nbuffer overflow\r\n" : "\nbuffer overflow\n");
+    if (is_line && with_time) {
+        stamp.make(os::now_local(), with_ms);
+        append_line({text, feed}, ending_of(text, feed));
+    } else {
+        append_lines({text, end}, feed);
     }
-    append_lines({text, end}, feed);
-    if (!files || files->path.empty() || busy || !flush)
+    if (!flush || busy || !has_path)
         return;
     const bool may_wait = ring.used < flush_at && !(open_flags & write_through_flag) && host_runs();
     if (!may_wait)
@@ -212,7 +240,7 @@ void file_trace::flush(bool again) {
 
 // With the lock, which is given up for a while and taken again.
 void file_trace::flush_locked(mutex_auto& guard, bool again) {
-    if (!files || files->path.empty() || busy)
+    if (!has_path || busy)
         return;
     const std::uint32_t delay = ring.used > 0 ? write_out(guard, again) : again_delay_ms;
     if (!again)
@@ -276,7 +304,7 @@ void file_trace::rotate(mutex_auto& guard, file_hnd& file, const log_files& name
 
 void file_trace::rotate_if_larger(std::uint32_t limit) {
     mutex_auto guard(lock, true);
-    if (busy || !files || files->path.empty())
+    if (busy || !has_path)
         return;
     busy = true;
     const std::shared_ptr<const log_files> names = files;
@@ -387,7 +415,7 @@ void file_trace::shut_down() {
             os::sleep_ms(1);
             guard.lock();
         }
-        const bool some = files && !files->path.empty() && ring.used > 0;
+        const bool some = has_path && ring.used > 0;
         guard.unlock();
         if (some)
             flush(false);

@@ -94,9 +94,12 @@ private:
     void change_files(Change change);
 
     void make_stamp();
-    std::string_view line_start() const;
+    enum class line_end : std::uint8_t { none, lf, crlf }; // the values are the endings' lengths
+    void append_line(std::string_view body, line_end ending);
+    line_end ending_of(const char* text, const char* feed) const;
     void append_lines(std::string_view text, const char* feed);
-    bool make_room(std::int64_t n);
+    bool is_roomy(std::int64_t n) const;
+    bool make_room(mutex_auto& guard, std::int64_t n, bool flush);
     void grow(mutex_auto& guard);
     bool can_grow() const;
 
@@ -120,6 +123,7 @@ private:
     std::atomic<std::int32_t> max_size{32768};
     mutex lock;
     std::shared_ptr<const log_files> files;
+    bool has_path = false;
     std::uint64_t file_size = 0; // of the log at the last flush
     std::uint32_t open_flags;
     passive_timer* const timer_host;

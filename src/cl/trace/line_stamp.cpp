@@ -15,11 +15,13 @@ void line_stamp::make() {
 
 void line_stamp::change(const os::local_time& now, bool with_ms) {
     const std::uint64_t time = packed(now);
-    if (time >> 16 != shown_ >> 16) {
+    const os::local_time& s = shown_time_;
+    if (shown_ == none || now.second != s.second || now.minute != s.minute || now.hour != s.hour) {
         basic_sformat<char>(stamp, size, format_.time_format) << now.hour << now.minute << now.second;
         second_length_ = std::strlen(stamp);
     }
     shown_ = time;
+    shown_time_ = now;
     with_ms_ = with_ms;
     std::size_t at = second_length_;
     if (with_ms) {

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 namespace cl {
@@ -36,9 +37,15 @@ public:
     }
 
     std::string_view text() const { return {stamp, length_}; }
+    // Copies the text to `size` bytes, what is behind it included, and returns its end.
+    char* copy_to(char* p) const {
+        std::memcpy(p, stamp, size);
+        return p + length_;
+    }
 
 private:
-    // The time of day in one number; this one is none.
+    // Hour, minute, second and millisecond side by side in one number, for a test of equality; no time is
+    // `none`.
     static constexpr std::uint64_t none = ~std::uint64_t{0};
     static std::uint64_t packed(const os::local_time& t) {
         return std::uint64_t{t.hour} << 48 | std::uint64_t{t.minute} << 32 | std::uint64_t{t.second} << 16 |
@@ -53,6 +60,7 @@ private:
     stamp_format format_;
     // What the text shows.
     std::uint64_t shown_ = none;
+    os::local_time shown_time_{};
     bool with_ms_ = false;
     std::size_t second_length_ = 0; // hour, minute and second as formatted
 };

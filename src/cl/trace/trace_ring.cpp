@@ -21,12 +21,6 @@ void trace_ring::append(std::string_view text) noexcept {
     }
 }
 
-void trace_ring::append_pieces(std::string_view start, std::string_view body, std::string_view end) noexcept {
-    append(start);
-    append(body);
-    append(end);
-}
-
 std::string_view trace_ring::front() noexcept {
     if (used <= 0)
         return {};

@@ -19,28 +19,16 @@ struct trace_ring {
 
     // Copies as much of the text as there is room for; the rest is dropped.
     void append(std::string_view text) noexcept;
-    // The same with the start, the body and the end of a line, which mostly fit in one piece.
-    void append_line(std::string_view start, std::string_view body, std::string_view end) noexcept {
-        const std::size_t n = start.size() + body.size() + end.size();
-        if (n > static_cast<std::size_t>(std::min(buf_size - head, buf_size - used))) {
-            append_pieces(start, body, end);
-            return;
-        }
-        char* p = buf + head;
-        std::memcpy(p, start.data(), start.size());
-        p += start.size();
-        std::memcpy(p, body.data(), body.size());
-        p += body.size();
-        // One or two bytes: not worth a call.
-        if (end.size() == 2)
-            std::memcpy(p, end.data(), 2);
-        else
-            std::copy(end.begin(), end.end(), p);
-        head += static_cast<std::int32_t>(n);
-        used += static_cast<std::int32_t>(n);
+    // Room for n bytes in one piece, to be filled and then taken with append_until; null if there is none.
+    char* reserve(std::size_t n) noexcept {
+        return n <= static_cast<std::size_t>(std::min(buf_size - head, buf_size - used)) ? buf + head
+                                                                                         : nullptr;
     }
-
-    void append_pieces(std::string_view start, std::string_view body, std::string_view end) noexcept;
+    void append_until(const char* end) noexcept {
+        const auto n = static_cast<std::int32_t>(end - (buf + head));
+        head += n;
+        used += n;
+    }
 
     // The oldest bytes, as far as they lie in one piece. Appending does not disturb them.
     std::string_view front() noexcept;

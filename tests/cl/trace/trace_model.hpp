@@ -119,6 +119,8 @@ private:
         if (space != std::string::npos)
             space -= n;
         if (again && has_old && log.size() > limit) {
+            if (space != std::string::npos)
+                space += old.size();
             old = log;
             log.clear();
         }
