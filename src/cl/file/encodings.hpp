@@ -1,9 +1,11 @@
 // The encodings of text files, between bytes and UTF-16 units. Pure functions.
 #pragma once
 
-#include <cstddef>
+#include <bit>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
+#include <type_traits>
 
 namespace cl {
 
@@ -93,16 +95,20 @@ constexpr int put_utf8(std::uint8_t* p, std::uint32_t code) {
 
 // The units and code points of UTF-16 and UTF-32, in either byte order.
 template <int Bytes, bool Big>
-constexpr std::uint32_t get_unit(const std::uint8_t* p) {
-    std::uint32_t value = 0;
-    for (int i = 0; i < Bytes; ++i)
-        value |= static_cast<std::uint32_t>(p[i]) << 8 * (Big ? Bytes - 1 - i : i);
+std::uint32_t get_unit(const std::uint8_t* p) {
+    std::conditional_t<Bytes == 2, std::uint16_t, std::uint32_t> value;
+    std::memcpy(&value, p, Bytes);
+    if constexpr (Big != (std::endian::native == std::endian::big))
+        return Bytes == 2 ? __builtin_bswap16(static_cast<std::uint16_t>(value)) : __builtin_bswap32(value);
     return value;
 }
 template <int Bytes, bool Big>
-constexpr void put_unit(std::uint8_t* p, std::uint32_t value) {
-    for (int i = 0; i < Bytes; ++i)
-        p[i] = static_cast<std::uint8_t>(value >> 8 * (Big ? Bytes - 1 - i : i));
+void put_unit(std::uint8_t* p, std::uint32_t unit) {
+    auto value = static_cast<std::conditional_t<Bytes == 2, std::uint16_t, std::uint32_t>>(unit);
+    if constexpr (Big != (std::endian::native == std::endian::big))
+        value = static_cast<decltype(value)>(Bytes == 2 ? __builtin_bswap16(static_cast<std::uint16_t>(unit))
+                                                        : __builtin_bswap32(unit));
+    std::memcpy(p, &value, Bytes);
 }
 
 } // namespace cl

@@ -1,5 +1,7 @@
 #include "cl/file/file_stream.hpp"
 
+#include "cl/file/ascii_run.hpp"
+
 #include <algorithm>
 #include <cstring>
 
@@ -9,15 +11,6 @@ namespace {
 
 // A line is looked for in at least so many bytes.
 constexpr std::ptrdiff_t min_scan = 16;
-
-// The first LF or CR of [p, end), or end. Two searches by the library beat one byte by byte.
-char* find_line_end(char* p, char* end) {
-    const auto find = [p](char c, char* limit) {
-        void* at = limit > p ? std::memchr(p, c, static_cast<std::size_t>(limit - p)) : nullptr;
-        return at ? static_cast<char*>(at) : limit;
-    };
-    return find('\r', find('\n', end));
-}
 
 } // namespace
 

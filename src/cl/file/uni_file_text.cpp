@@ -1,7 +1,10 @@
 // Characters and lines of a uni_file.
+#include "cl/file/ascii_run.hpp"
 #include "cl/file/text_convert.hpp"
 #include "cl/file/uni_file.hpp"
 
+#include <algorithm>
+#include <iterator>
 #include <typeinfo>
 #include <utility>
 
@@ -10,9 +13,15 @@ namespace cl {
 namespace {
 
 // Short ways through the buffer, one for each encoding. `get` decodes one unit of [p, end), end > p, and
-// returns the bytes it took, `put` encodes one into at most four bytes and returns their number; both return
-// 0 for what they leave to the long way: broken sequences, pairs, the end of the buffer.
+// returns the bytes it took, `put` encodes one into at most max_bytes bytes and returns their number; both
+// return 0 for what they leave to the long way: broken sequences, pairs, the end of the buffer. `get_plain`
+// and `put_plain` do the same for up to n units of plain text in a row and return how many it was; line ends
+// and marks aren't plain. They may write all n units or bytes of their target.
+constexpr std::ptrdiff_t max_bytes = 4;
+
 struct utf8_code {
+    static constexpr std::ptrdiff_t plain_bytes = 1;
+
     static int get(const std::uint8_t* p, const std::uint8_t* end, std::uint32_t& unit) {
         if (*p < 0x80) {
             unit = *p;
@@ -23,18 +32,37 @@ struct utf8_code {
             return 0;
         return 1 + tail;
     }
+    static std::ptrdiff_t get_plain(const std::uint8_t* p, std::ptrdiff_t n, wchar_t* units) {
+        return widen_ascii_run(p, n, units);
+    }
     static int put(std::uint8_t* p, std::uint32_t unit) {
         return (unit & 0xF800) == 0xD800 ? 0 : put_utf8(p, unit);
+    }
+    static std::ptrdiff_t put_plain(std::uint8_t* p, const wchar_t* units, std::ptrdiff_t n) {
+        return narrow_ascii_run(units, n, p);
     }
 };
 
 template <int Bytes, bool Big>
 struct unit_code {
+    static constexpr std::ptrdiff_t plain_bytes = Bytes;
+
     static int get(const std::uint8_t* p, const std::uint8_t* end, std::uint32_t& unit) {
         if (end - p < Bytes)
             return 0;
         unit = get_unit<Bytes, Big>(p);
         return unit <= 0xFFFF ? Bytes : 0;
+    }
+    static std::ptrdiff_t get_plain(const std::uint8_t* p, std::ptrdiff_t n, wchar_t* units) {
+        std::ptrdiff_t done = 0;
+        for (; done < n; ++done) {
+            const std::uint32_t unit = get_unit<Bytes, Big>(p + done * Bytes);
+            // One comparison for all: behind CR, ahead of the mark.
+            if (unit - 0x0E >= mark_char - 0x0Eu)
+                break;
+            units[done] = static_cast<wchar_t>(unit);
+        }
+        return done;
     }
     static int put(std::uint8_t* p, std::uint32_t unit) {
         if (Bytes == 4 && (unit & 0xF800) == 0xD800)
@@ -42,13 +70,26 @@ struct unit_code {
         put_unit<Bytes, Big>(p, unit);
         return Bytes;
     }
+    static std::ptrdiff_t put_plain(std::uint8_t* p, const wchar_t* units, std::ptrdiff_t n) {
+        std::ptrdiff_t done = 0;
+        for (; done < n; ++done) {
+            const std::uint32_t unit = static_cast<std::uint16_t>(units[done]);
+            if (Bytes == 4 && (unit & 0xF800) == 0xD800)
+                break;
+            put_unit<Bytes, Big>(p + done * Bytes, unit);
+        }
+        return done;
+    }
 };
 
-// Written only: ANSI lines are read as bytes. Every ANSI code page holds ASCII as it is.
+// Written only: ANSI lines are read as bytes. Every ANSI code page holds ASCII as it is; a NUL goes the long
+// way.
 struct ansi_code {
-    static int put(std::uint8_t* p, std::uint32_t unit) {
-        *p = static_cast<std::uint8_t>(unit);
-        return unit > 0 && unit < 0x80;
+    static constexpr std::ptrdiff_t plain_bytes = 1;
+
+    static int put(std::uint8_t*, std::uint32_t) { return 0; }
+    static std::ptrdiff_t put_plain(std::uint8_t* p, const wchar_t* units, std::ptrdiff_t n) {
+        return narrow_ascii_run(units, n, p);
     }
 };
 
@@ -190,24 +231,37 @@ bool uni_file::read_line(std::wstring& out) {
     }
 }
 
-// Appends what the buffer holds of the line, as far as the short way goes. True if the line's end was in it.
+// Appends what the short way can take of the line, from one buffer after the other. True if the line's end
+// was in it.
 bool uni_file::take_buffered_line(std::wstring& out) {
-    if ((text_flags & (has_pushback | skip_bom_always)) || low_surrogate || (mode & file_hnd::has_pushback))
+    if ((text_flags & (has_pushback | skip_bom_always)) || low_surrogate || (mode & file_hnd::has_pushback) ||
+        !(mode & can_read))
         return false;
-    switch (encoding) {
-    case encoding_utf8:
-        return take_line<utf8_code>(out);
-    case encoding_utf16le:
-        return take_line<unit_code<2, false>>(out);
-    case encoding_utf16be:
-        return take_line<unit_code<2, true>>(out);
-    case encoding_utf32le:
-        return take_line<unit_code<4, false>>(out);
-    case encoding_utf32be:
-        return take_line<unit_code<4, true>>(out);
-    default:
-        return false;
-    }
+    do {
+        bool ended = false;
+        switch (encoding) {
+        case encoding_utf8:
+            ended = take_line<utf8_code>(out);
+            break;
+        case encoding_utf16le:
+            ended = take_line<unit_code<2, false>>(out);
+            break;
+        case encoding_utf16be:
+            ended = take_line<unit_code<2, true>>(out);
+            break;
+        case encoding_utf32le:
+            ended = take_line<unit_code<4, false>>(out);
+            break;
+        case encoding_utf32be:
+            ended = take_line<unit_code<4, true>>(out);
+            break;
+        default:
+            return false;
+        }
+        if (ended)
+            return true;
+    } while (read_pos == read_end && refill());
+    return false;
 }
 
 template <class Code>
@@ -215,9 +269,19 @@ bool uni_file::take_line(std::wstring& out) {
     const auto* p = reinterpret_cast<const std::uint8_t*>(read_pos);
     const auto* const end = reinterpret_cast<const std::uint8_t*>(read_end);
     wchar_t run[256];
-    std::size_t n = 0;
+    std::ptrdiff_t n = 0;
     bool ended = false;
     while (p < end) {
+        if (n == std::ssize(run)) {
+            out.append(run, std::size(run));
+            n = 0;
+        }
+        const std::ptrdiff_t plain =
+            Code::get_plain(p, std::min((end - p) / Code::plain_bytes, std::ssize(run) - n), run + n);
+        n += plain;
+        p += plain * Code::plain_bytes;
+        if (n == std::ssize(run) || p == end)
+            continue;
         std::uint32_t unit;
         const int taken = Code::get(p, end, unit);
         if (!taken || unit == mark_char)
@@ -244,12 +308,8 @@ bool uni_file::take_line(std::wstring& out) {
             break;
         }
         run[n++] = static_cast<wchar_t>(unit);
-        if (n == std::size(run)) {
-            out.append(run, n);
-            n = 0;
-        }
     }
-    out.append(run, n);
+    out.append(run, static_cast<std::size_t>(n));
     read_pos += p - reinterpret_cast<const std::uint8_t*>(read_pos);
     return ended;
 }
@@ -300,9 +360,17 @@ bool uni_file::put_run(const wchar_t* p, const wchar_t* end) {
         default:
             break;
         }
-        // What the short way left: one character, after which it may go on.
-        if (p < end && !put_wchar(*p++))
+        if (p == end)
+            break;
+        // A full buffer is written and used on. What else the short way left is one character, or the first
+        // of all.
+        if (write_end != buf.get() && write_pos == write_end) {
+            if (!flush_writes())
+                return false;
+            write_end = buf.get() + buf_size;
+        } else if (!put_wchar(*p++)) {
             return false;
+        }
     }
     return true;
 }
@@ -312,7 +380,13 @@ template <class Code>
 const wchar_t* uni_file::put_buffered(const wchar_t* p, const wchar_t* end) {
     auto* to = reinterpret_cast<std::uint8_t*>(write_pos);
     const auto* const limit = reinterpret_cast<const std::uint8_t*>(write_end);
-    while (p < end && limit - to >= 4) {
+    while (p < end) {
+        const std::ptrdiff_t plain =
+            Code::put_plain(to, p, std::min(end - p, (limit - to) / Code::plain_bytes));
+        to += plain * Code::plain_bytes;
+        p += plain;
+        if (p == end || limit - to < max_bytes)
+            break;
         const int n = Code::put(to, static_cast<std::uint16_t>(*p));
         if (!n)
             break;
