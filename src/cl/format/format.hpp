@@ -20,6 +20,8 @@
 // lock.
 #pragma once
 
+#include "cl/format/directive.hpp"
+
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -32,6 +34,11 @@ namespace cl {
 
 template <class Ch>
 class format_base;
+
+namespace detail {
+template <class Ch>
+struct number_printer;
+}
 
 // A type prints through format_value(format_base<char>&, const T&), found by argument-dependent lookup. It
 // ends in one call of an entry (arg32, arg64, arg_text or arg_wtext).
@@ -110,7 +117,9 @@ public:
 
     // The entries behind the insertions. `signed_form` is the argument sign-extended from its own width,
     // `unsigned_form` the same bits zero-extended; `default_letter` ('d' or 'u') is what %? means.
-    format_base& arg32(std::int32_t signed_form, std::uint32_t unsigned_form, char default_letter);
+    format_base& arg32(std::int32_t signed_form, std::uint32_t unsigned_form, char default_letter) {
+        return arg64(signed_form, unsigned_form, default_letter);
+    }
     format_base& arg64(std::int64_t signed_form, std::uint64_t unsigned_form, char default_letter);
     // n characters, or to_zero. Without `null_word` a null pointer prints as nothing.
     template <class T = Ch>
@@ -121,14 +130,17 @@ public:
 
     // Closes a format for which fewer arguments came than it has directives: the directive that waits is
     // dropped, the text behind it goes out, and of every later directive the letter stays.
-    void finish();
+    void finish() {
+        if (*fmt != 0)
+            finish_rest();
+    }
 
     // finish(), then the text. The object is not used further.
     std::basic_string<Ch> str();
 
     // What the directive that waits says; for format_value, whose flags may choose a form.
-    bool is_alt() const { return (flags & alt) != 0; }
-    bool is_zero_filled() const { return fill == '0'; }
+    bool is_alt() const { return (d.flags & detail::flag_alt) != 0; }
+    bool is_zero_filled() const { return d.fill == '0'; }
 
 protected:
     // Every text goes through the slots.
@@ -152,16 +164,7 @@ protected:
     void set_position(Ch* p) { pos_ = p; }
 
 private:
-    enum flag : std::uint8_t {
-        left = 1,
-        plus = 2,
-        space = 4,
-        alt = 8,
-        group = 16,
-        fixed = 32,
-        star_width = 64,
-        star_precision = 128,
-    };
+    friend struct detail::number_printer<Ch>;
 
     // The window as one call of the engine sees it; without room where every text must go through the slots.
     struct window {
@@ -169,7 +172,6 @@ private:
         Ch* limit;
         std::ptrdiff_t room() const { return limit - out; }
     };
-    struct lead;
 
     static constexpr Ch no_text[1] = {};
 
@@ -177,34 +179,22 @@ private:
         Ch* out = *at_;
         return {out, &typeid(*this) == owner_ ? limit_ : out};
     }
-    void close(window w);
     window slot_fill(window w, Ch c, int count);
     window slot_text(window w, const Ch* text, std::size_t n);
     window fill_in(window w, Ch c, int count);
     window text_in(window w, const Ch* text, std::size_t n);
+    void scan_and_close(window w);
+    void next(window w);
 
-    window scan(window w);
-    const Ch* parse(const Ch* f);
-    void take_star(std::uint8_t value);
-    bool pointer_letter(const void* text);
+    bool takes_address(const void* text);
     format_base& own_text(const Ch* text, std::size_t n, bool null_word);
-    window number(window w, std::int64_t signed_form, std::uint64_t unsigned_form, char default_letter);
-    std::uint64_t shorten(std::uint64_t value);
-    window decimal(window w, std::uint64_t value, bool negative);
-    window radix(window w, std::uint64_t value, char letter);
-    template <class Write>
-    window emit_number(window w, lead ahead, int length, const Write& write);
     window emit_text(window w, const Ch* text, std::size_t n);
-    window next(window w);
 
-    std::uint8_t width = 0;      // minimum field width, 0 = none
-    std::int8_t precision = -1;  // negative = not given
-    std::int8_t sig_digits = -1; // the number after '~', negative = not given
-    std::uint8_t flags = 0;      // bits of `flag`
-    bool star_sig = false;       // "~*" waits for its argument
-    bool bare = true;            // nothing but "%?" has been read since the fields were reset
-    Ch fill = ' ';               // ' ' or '0'
-    const Ch* fmt = no_text;     // on the letter of the directive that waits, or on the terminating zero
+    format_base& full_number(std::int64_t signed_form, std::uint64_t unsigned_form, char default_letter);
+    void finish_rest();
+
+    detail::directive<Ch> d; // the directive that waits for its argument
+    const Ch* fmt = no_text; // on its letter, or on the terminating zero
 
     Ch* limit_ = nullptr;
     const std::type_info* owner_ = nullptr;
