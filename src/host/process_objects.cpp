@@ -5,6 +5,7 @@
 // What other threads may still touch at the end (the lists, the timer, the library table, the records of
 // system and processor) is shut down here, or stays as it is, and is never destroyed.
 #include "cl/file/random_gen.hpp"
+#include "cl/format/json_tokens.hpp"
 #include "cl/ini/cached_ini.hpp"
 #include "cl/sys/cpu_info.hpp"
 #include "cl/sys/entropy.hpp"
@@ -12,6 +13,7 @@
 #include "cl/sys/os_info.hpp"
 #include "cl/sys/scrambled_bindings.hpp"
 #include "cl/sys/seed_text.hpp"
+#include "cl/time/hrtime.hpp"
 #include "cl/time/passive_timer.hpp"
 #include "cl/trace/console_trace.hpp"
 #include "cl/trace/list/console.hpp"
@@ -124,8 +126,17 @@ struct cpu_setup {
 
 } // namespace
 
+namespace cl {
+
+// Behind the records and the library table, which it asks when it chooses its source at the first reading.
+// The store stands ahead, because the clock writes there.
+fact_store system_facts;
+hrtime_clock hrtime(windows_clock_sources, system_facts);
+
 // From its default seed; the next object seeds it.
-std::mt19937 cl::twister;
+std::mt19937 twister;
+
+} // namespace cl
 
 namespace {
 
@@ -161,6 +172,13 @@ namespace cl {
 
 // Behind the timer and the log, which its last flush at the end uses.
 cached_ini global_ini(slow.object);
+
+// They use nothing and nothing here uses them.
+const jctrl<'{', 5> json_open_object;
+const jctrl<'}', 6> json_close_object;
+const jctrl<'[', 5> json_open_array;
+const jctrl<']', 6> json_close_array;
+const jctrl<'\n', 24> json_line_break;
 
 } // namespace cl
 

@@ -1,8 +1,10 @@
 // The names that the product's executable defines and the unit tests need: a log without a timer, which
-// writes each text at once, and settings whose timer never fires.
+// writes each text at once, settings whose timer never fires, and a clock on a simulated machine.
 #include "cl/ini/cached_ini.hpp"
+#include "cl/time/hrtime.hpp"
 #include "cl/trace/list/stream_trace.hpp"
 #include "cl/trace/trace_set_up.hpp"
+#include "fakes/fake_machine.hpp"
 #include "host/host_state.hpp"
 
 namespace {
@@ -23,6 +25,8 @@ namespace cl {
 constinit bool console_application = true;
 constinit file_trace& trace_file = log;
 cached_ini global_ini(timer);
+fact_store system_facts;
+hrtime_clock hrtime(fakes::machine_sources, system_facts);
 
 } // namespace cl
 

@@ -2,6 +2,7 @@
 
 #include "cl/format/format.hpp"
 #include "cl/trace/list/trace_list.hpp"
+#include "driver/channel/request_timer.hpp"
 
 #include <algorithm>
 
@@ -17,13 +18,16 @@ constexpr std::size_t ceiling_bytes = 0x10000000;
 
 std::uint32_t ioctl_bin_command(cl::os::device_handle device, std::uint32_t code, const void* request,
                                 std::uint64_t request_size, std::string& reply, std::uint32_t& returned,
-                                [[maybe_unused]] bool time, bool report) {
+                                bool time, bool report) {
     for (;;) {
+        const request_timer timer(time);
         const std::uint32_t error =
             cl::os::control_device(device, code, request, static_cast<std::uint32_t>(request_size),
                                    reply.data(), static_cast<std::uint32_t>(reply.size()), returned);
-        if (error == 0)
+        if (error == 0) {
+            timer.tell();
             return 0;
+        }
         if (error != error_insufficient_buffer || reply.size() >= ceiling_bytes) {
             if (report) {
                 cl::trace_err((cl::basic_format<char>("ioctl_bin_command(%#x) returned error %?, ret=%?\n")

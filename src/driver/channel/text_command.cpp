@@ -2,6 +2,7 @@
 
 #include "cl/format/format.hpp"
 #include "cl/trace/list/trace_list.hpp"
+#include "driver/channel/request_timer.hpp"
 
 #include <algorithm>
 #include <memory>
@@ -43,7 +44,7 @@ std::wstring shortened(const std::wstring& command) {
 
 std::uint32_t string_ioctl_command(cl::os::device_handle device, std::uint32_t code,
                                    const std::wstring& command, std::wstring& reply, std::uint32_t maxsz,
-                                   [[maybe_unused]] bool time) {
+                                   bool time) {
     const std::uint64_t size = std::min<std::uint64_t>(std::uint64_t{maxsz} * 2, 0xFFFFFFFE);
     const std::unique_ptr<unsigned char[]> buffer(
         new (std::nothrow) unsigned char[static_cast<std::size_t>(size) + 2]);
@@ -53,6 +54,7 @@ std::uint32_t string_ioctl_command(cl::os::device_handle device, std::uint32_t c
 
     const std::string in = utf16_bytes(command);
     std::uint32_t returned = 0;
+    const request_timer timer(time);
     const std::uint32_t error =
         cl::os::control_device(device, code, in.data(), static_cast<std::uint32_t>(in.size()), buffer.get(),
                                static_cast<std::uint32_t>(size), returned);
@@ -64,6 +66,7 @@ std::uint32_t string_ioctl_command(cl::os::device_handle device, std::uint32_t c
         cl::trace_flush(&cl::trace_err);
         return error;
     }
+    timer.tell();
     reply = from_wire(buffer.get(), std::min(returned / 2, static_cast<std::uint32_t>(size / 2)));
     return 0;
 }
