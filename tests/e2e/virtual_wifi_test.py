@@ -155,28 +155,35 @@ class VirtualWifi(unittest.TestCase):
                 code, said = wine(TOOL, *words, text=passphrase)
                 self.assertEqual(code, 1)
                 self.assertNotEqual(said, "")
-                self.assertEqual(wine("reg", "query", KEY), before)
+        self.assertEqual(wine("reg", "query", KEY), before)
 
-    def resume(self, times, done):
-        """What is said during so many resumes in a row, until done() tells that all has happened."""
-        with subprocess.Popen([WINE, str(PROBE), "resume", str(times)], stdin=subprocess.PIPE,
+    def power_event(self, event, times, done):
+        """What is said when the service is told of it so many times, until done() tells that all has happened."""
+        with subprocess.Popen([WINE, str(PROBE), "power", str(event), str(times)], stdin=subprocess.PIPE,
                               stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, env=environment("n")) as run:
             deadline = time.monotonic() + 30
             while not done() and time.monotonic() < deadline:
                 time.sleep(0.05)
             self.assertTrue(done(), log())
-            return run.communicate(b"", timeout=30)[0].decode().replace("\r\n", "\n")
+            return sorted(run.communicate(b"", timeout=30)[0].decode().replace("\r\n", "\n").splitlines(True))
+
+    def handled(self, event, times, *lines):
+        power = {4: ["Power suspend\n"], 18: ["Power resume\n"]}.get(event, [])
+        return sorted((["srv: HandlerEx 0xd\n", f"SERVICE_CONTROL_POWEREVENT {event}\n"] + power + list(lines)) * times
+                      + ["= handled\n"])
 
     def test_resume(self):
         self.set_up_network()
+        for event in 4, 7:
+            self.assertEqual(self.power_event(event, 1, lambda: True), self.handled(event, 1))
         self.assertEqual(wine(TOOL, "off"), (0, ""))
-        self.assertEqual(self.resume(1, lambda: True), "= resumed\n")
+        self.assertEqual(self.power_event(18, 1, lambda: True), self.handled(18, 1))
         self.assertEqual(log(), [], "without the autostart there is no run")
 
         self.set_up_network()
         # The two queries ahead of the start have clients of their own.
-        said = self.resume(1, lambda: sum(c.startswith("CloseHandle") for c in log()) == 3)
-        self.assertEqual(sorted(said.splitlines(True)), sorted(["= resumed\n", WAKE_UP, "Virtual Wi-Fi started.\n"]))
+        said = self.power_event(18, 1, lambda: sum(c.startswith("CloseHandle") for c in log()) == 3)
+        self.assertEqual(said, self.handled(18, 1, WAKE_UP, "Virtual Wi-Fi started.\n"))
         self.assertEqual(log()[-1], "CloseHandle client 1 -> 0")
         self.check_nothing_left(log())
         self.assertEqual(probe("state"), "= 2 \n")
@@ -184,8 +191,8 @@ class VirtualWifi(unittest.TestCase):
     def test_two_resumes_at_once(self):
         self.set_up_network()
         configure("WlanHostedNetworkForceStart=5", "WlanHostedNetworkForceStart.reason=23")
-        said = self.resume(2, lambda: sum(c.startswith("CloseHandle") for c in log()) == 6)
+        said = self.power_event(18, 2, lambda: sum(c.startswith("CloseHandle") for c in log()) == 6)
         failed = "Starting Virtual Wi-Fi failed: Error 5 starting the network: The operation was denied by group " \
                  "policy.\n"
-        self.assertEqual(sorted(said.splitlines(True)), sorted(["= resumed\n"] + [WAKE_UP, failed] * 2))
+        self.assertEqual(said, self.handled(18, 2, WAKE_UP, failed))
         self.assertEqual(sum(c.startswith("ForceStart") for c in log()), 2)

@@ -3,31 +3,21 @@
 //   wifi_probe start SSID KEY     starts the network and reports the outcome
 //   wifi_probe stop               stops it
 //   wifi_probe supervise 0|1      a run of the supervisor on this thread; the argument is wake_up
-//   wifi_probe resume N           what the service does on N resumes in a row; ends with standard input
-// What the product says comes on standard output, ahead of one line "= RESULT LAST_ERROR".
-#include "cl/sys/library_table.hpp"
-#include "cl/sys/os_info.hpp"
-#include "cl/trace/list/trace_list.hpp"
+//   wifi_probe power EVENT N      hands the service's control handler that power event N times in a row, and
+//                                 ends with standard input
+// It has the process-wide objects of the product: what that says comes on standard output, ahead of one line
+// "= RESULT LAST_ERROR".
 #include "cl/wifi/virtual_wifi_supervisor.hpp"
 #include "cl/wifi/wireless_hosted_network.hpp"
+#include "host/service.hpp"
 
+#include <cstdint>
 #include <cstdio>
 #include <string>
 
-namespace cl {
-constinit bool console_application = true;
-}
-
 namespace {
 
-struct stdout_sink final : cl::trace_base {
-    using trace_base::write;
-    void write(const char* text, bool) override {
-        std::fputs(text, stdout);
-        std::fflush(stdout);
-    }
-    void flush(bool) override {}
-};
+constexpr std::uint32_t power_event_control = 13;
 
 int report(int result, const std::string& last_error = {}) {
     std::printf("= %d %s\n", result, last_error.c_str());
@@ -37,11 +27,6 @@ int report(int result, const std::string& last_error = {}) {
 } // namespace
 
 int main(int count, char** words) {
-    cl::fill_os_info(cl::read_os_facts());
-    cl::create_libraries(cl::windows_modules);
-    stdout_sink sink;
-    cl::trace_add(&cl::trace_out, &sink);
-
     const std::string order = count > 1 ? words[1] : "";
     if (order == "state") {
         cl::wireless_hosted_network network;
@@ -59,10 +44,11 @@ int main(int count, char** words) {
     }
     if (order == "supervise" && count == 3)
         return report(cl::virtual_wifi_supervisor(words[2][0] == '1'));
-    if (order == "resume" && count == 3) {
-        for (int n = std::stoi(words[2]); n > 0; --n)
-            cl::start_virtual_wifi_supervisor();
-        std::puts("= resumed");
+    if (order == "power" && count == 4) {
+        for (int n = std::stoi(words[3]); n > 0; --n)
+            vfl::service_control_handler(power_event_control,
+                                         static_cast<std::uint32_t>(std::stoul(words[2])), nullptr, nullptr);
+        std::puts("= handled");
         std::fflush(stdout);
         while (std::getchar() != EOF) {
         }
