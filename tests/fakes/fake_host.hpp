@@ -16,19 +16,19 @@
 namespace fakes {
 
 struct host {
-    std::vector<std::string> calls;
+    std::vector<std::string> calls{};
     // Errors to answer with; report_errors holds one for each report in turn.
     std::uint32_t dispatcher_error = 0, register_error = 0, token_error = 0;
-    std::vector<std::uint32_t> report_errors;
+    std::vector<std::uint32_t> report_errors{};
     bool admin = true;
     bool has_install_dir = true;
     // Played on the dispatcher's thread, behind the service's body.
-    std::function<void(vfl::service_handler_function)> controls;
+    std::function<void(vfl::service_handler_function)> controls{};
 
     // The library: whether there is one, its exports, and what they return.
     bool has_library = true;
-    std::set<std::string> missing;
-    std::map<std::string, std::uint32_t> results;
+    std::set<std::string> missing{};
+    std::map<std::string, std::uint32_t> results{};
     int loaded = 0; // loads less unloads
 
     // The one host of the process; reset() starts afresh, with the process's library table on these calls.
