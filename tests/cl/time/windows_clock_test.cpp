@@ -39,8 +39,9 @@ TEST(windows_clock, every_source_moves) {
     for (const auto source : {source_tsc, source_tsc_raw, source_mmtime, source_ticks}) {
         SCOPED_TRACE(source);
         ASSERT_TRUE(clock.select_source(source));
-        if (source == source_mmtime || source == source_ticks || cpu_info.has_tsc())
+        if (source == source_mmtime || source == source_ticks || cpu_info.has_tsc()) {
             EXPECT_EQ(clock.mode, source);
+        }
         const std::uint64_t before = clock.now();
         os::sleep_ms(30);
         EXPECT_GT(clock.now(), before);
