@@ -224,7 +224,8 @@ void file_trace::write(const char* text, bool flush) {
     }
     if (!flush || busy || !has_path)
         return;
-    const bool may_wait = ring.used < flush_at && !(open_flags & write_through_flag) && host_runs();
+    const bool may_wait = ring.used < flush_at && !(open_flags & write_through_flag) &&
+                          !closed.load(std::memory_order_relaxed) && host_runs();
     if (!may_wait)
         flush_locked(guard, true);
     if (!armed.load(std::memory_order_relaxed))
