@@ -51,12 +51,12 @@ bool ini_merge::merge_section() {
         if (!found->deleted && !found->name.empty())
             write(make_section_line(found->name));
         for (const ini_entry& entry : found->entries)
-            write(entry);
+            write(entry.line);
         return true;
     }
     for (const ini_entry& entry : found->entries) {
         if (entry.modified && !entry.raw)
-            pending_[lower_copy(entry.key)] = &entry;
+            pending_[lower_copy(std::wstring(entry.key()))] = &entry;
     }
     by_key_ = !pending_.empty();
     if (by_key_ && !name_.empty())
@@ -75,14 +75,14 @@ void ini_merge::merge_body_line(const std::wstring& line) {
     // A deleted key stays pending, so that its repeats go too; a repeat of a written key is copied.
     if (found->second->deleted)
         return;
-    write(*found->second);
+    write(found->second->line);
     pending_.erase(found);
 }
 
 void ini_merge::finish_section() {
     for (const auto& [key, entry] : pending_) {
         if (!entry->deleted)
-            write(*entry);
+            write(entry->line);
     }
     pending_.clear();
     by_key_ = false;
@@ -98,17 +98,13 @@ void ini_merge::write_missing_sections() {
             write(make_section_line(section.name));
         for (const ini_entry& entry : section.entries) {
             if (!entry.deleted)
-                write(entry);
+                write(entry.line);
         }
     }
 }
 
 void ini_merge::write(const std::wstring& line) {
     all_written_ = put_(line) && all_written_;
-}
-
-void ini_merge::write(const ini_entry& entry) {
-    write(entry.raw ? entry.value : make_ini_line(entry.key, entry.value));
 }
 
 } // namespace cl

@@ -30,7 +30,6 @@ private:
     void write_missing_sections();
 
     void write(const std::wstring& line);
-    void write(const ini_entry& entry);
 
     std::list<ini_section>& snapshot_;
     put_line put_;

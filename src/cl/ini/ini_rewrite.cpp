@@ -62,7 +62,7 @@ bool list_ini_section(const next_line& next, const std::wstring& section, std::v
         } else if (parse_ini_line(line, key, value)) {
             lines.push_back(make_ini_line(key, value));
         } else if (flags & 2U) {
-            lines.emplace_back(trim_right_view(line.data(), line.size()));
+            lines.emplace_back(trim_back(line));
         }
     }
     return in_section;

@@ -1,16 +1,25 @@
 #include "cl/ini/ini_sections.hpp"
 
-#include "cl/file/string_util.hpp"
-
-#include <set>
+#include <unordered_set>
 #include <utility>
 
 namespace cl {
 
+void ini_entry::set(std::wstring_view key, std::wstring_view value) {
+    line = raw ? std::wstring(value) : make_ini_line(key, value);
+    key_length = raw ? 0 : key.size();
+}
+
+void ini_entry::parse(std::wstring_view text) {
+    raw = !normalize_ini_line(text, line, key_length);
+    if (raw)
+        set({}, trim_both(text));
+}
+
 const ini_entry* ini_section::find_visible(std::wstring_view key) const {
     key = trim_both(key);
     for (const ini_entry& entry : entries) {
-        if (equal_ci(entry.key, key) && !entry.deleted)
+        if (equal_ci(entry.key(), key) && !entry.deleted)
             return &entry;
     }
     return nullptr;
@@ -19,7 +28,7 @@ const ini_entry* ini_section::find_visible(std::wstring_view key) const {
 ini_entry* ini_section::find(std::wstring_view key) {
     key = trim_both(key);
     for (ini_entry& entry : entries) {
-        if (equal_ci(entry.key, key))
+        if (equal_ci(entry.key(), key))
             return &entry;
     }
     return nullptr;
@@ -27,7 +36,7 @@ ini_entry* ini_section::find(std::wstring_view key) {
 
 void ini_sections::load(const next_line& next) {
     std::list<ini_section> read;
-    std::set<std::wstring_view, less_ci> seen; // names that live in `read`
+    std::unordered_set<std::wstring_view, hash_ci, equal_ci_to> seen; // names that live in `read`
     ini_section* current = nullptr;
     std::wstring name;
     std::wstring text;
@@ -52,10 +61,9 @@ void ini_sections::load(const next_line& next) {
         }
         ini_entry& entry = current->entries.emplace_back();
         entry.in_file = true;
-        if (!parse_ini_line(line, entry.key, entry.value)) {
-            entry.raw = true;
-            entry.value = line[0] == L';' ? line : trim_right_view(line.data(), line.size());
-        }
+        entry.parse(line);
+        if (line[0] == L';')
+            entry.line = line; // a comment keeps the blanks at its end
     }
     list_ = std::move(read);
 }
@@ -88,7 +96,7 @@ bool ini_sections::value(std::wstring_view section, std::wstring_view key, std::
     const ini_entry* const entry = found ? found->find_visible(key) : nullptr;
     if (!entry)
         return false;
-    value = entry->value;
+    value = entry->value();
     return true;
 }
 
@@ -101,10 +109,8 @@ bool ini_sections::lines(std::wstring_view section, std::vector<std::wstring>& l
     for (const ini_entry& entry : found->entries) {
         if (entry.deleted)
             continue;
-        if (!entry.raw)
-            lines.push_back(make_ini_line(entry.key, entry.value));
-        else if (flags & (entry.value.starts_with(L';') ? 1U : 2U))
-            lines.push_back(entry.value);
+        if (!entry.raw || flags & (entry.line.starts_with(L';') ? 1U : 2U))
+            lines.push_back(entry.line);
     }
     return true;
 }
@@ -117,7 +123,7 @@ bool ini_sections::pairs(std::wstring_view section,
     pairs.clear();
     for (const ini_entry& entry : found->entries) {
         if (!entry.deleted && !entry.raw)
-            pairs.emplace_back(entry.key, entry.value);
+            pairs.emplace_back(entry.key(), entry.value());
     }
     return true;
 }
@@ -136,12 +142,11 @@ void ini_sections::write_value(std::wstring_view section, std::wstring_view key,
     ini_entry* entry = target.find(key);
     // An emptied, deleted entry that is given an empty value finds no difference and stays deleted:
     // deliberate.
-    if (entry && entry->value == value && entry->key == key)
+    if (entry && entry->value() == value && entry->key() == key)
         return;
     if (!entry)
         entry = &target.entries.emplace_back();
-    entry->key = key;
-    entry->value = value;
+    entry->set(key, value);
     entry->modified = true;
     // Without in_file a deletion before the next flush leaves no trace, and the file keeps the old line.
     // Deliberate.
@@ -159,10 +164,7 @@ void ini_sections::write_section(std::wstring_view section, const std::vector<st
     for (const std::wstring& line : lines) {
         ini_entry& entry = target.entries.emplace_back();
         entry.modified = true;
-        if (!parse_ini_line(line, entry.key, entry.value)) {
-            entry.raw = true;
-            entry.value = trim_both(line);
-        }
+        entry.parse(line);
     }
 }
 
@@ -172,7 +174,7 @@ bool ini_sections::delete_value(std::wstring_view section, std::wstring_view key
     if (!entry)
         return false;
     if (entry->in_file) {
-        entry->value.clear();
+        entry->set(entry->key(), {});
         entry->deleted = entry->modified = true;
     } else {
         found->entries.remove_if([entry](const ini_entry& e) { return &e == entry; });

@@ -16,14 +16,23 @@
 
 namespace cl {
 
-// One line of a section that isn't blank.
+// One line of a section that isn't blank. Its text is kept as it is written to a file: "key=value", or the
+// whole line of a raw entry.
 struct ini_entry {
-    std::wstring key;       // its own spelling; empty for a raw entry
-    std::wstring value;     // for a raw entry the whole line
-    bool modified : 1 = {}; // differs from the file; a flush has to write it
-    bool in_file : 1 = {};  // known to stand in the file; cleared by a change
-    bool deleted : 1 = {};  // to be removed from the file; lookups don't see it
-    bool raw : 1 = {};      // a comment, or a line that is no key line
+    std::wstring line;
+    std::size_t key_length = 0; // 0 for a raw entry
+    bool modified : 1 = {};     // differs from the file; a flush has to write it
+    bool in_file : 1 = {};      // known to stand in the file; cleared by a change
+    bool deleted : 1 = {};      // to be removed from the file; lookups don't see it
+    bool raw : 1 = {};          // a comment, or a line that is no key line
+
+    // In its own spelling; empty for a raw entry.
+    std::wstring_view key() const { return std::wstring_view(line).substr(0, key_length); }
+    // For a raw entry the whole line.
+    std::wstring_view value() const { return std::wstring_view(line).substr(raw ? 0 : key_length + 1); }
+    void set(std::wstring_view key, std::wstring_view value);
+    // Takes a line that stands in a file or is to stand there. Blanks around a raw one go.
+    void parse(std::wstring_view text);
 };
 
 struct ini_section {

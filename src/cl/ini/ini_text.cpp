@@ -1,8 +1,7 @@
 #include "cl/ini/ini_text.hpp"
 
-#include "cl/file/string_util.hpp"
-
 #include <algorithm>
+#include <cstdint>
 #include <limits>
 
 namespace cl {
@@ -13,26 +12,41 @@ wchar_t fold(wchar_t c) {
     return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c + (L'a' - L'A')) : c;
 }
 
-void assign_normal(std::wstring& out, std::wstring_view s) {
-    out = trim_both(s);
-    for (wchar_t& c : out) {
-        if (c < L' ' && is_blank(c))
-            c = L' ';
-    }
+constexpr bool blank(wchar_t c) {
+    return c == L' ' || static_cast<std::uint32_t>(c) - L'\t' <= L'\r' - L'\t';
+}
+
+// Without a branch, so that it is done for several characters at once.
+void blanks_to_spaces(std::wstring& s) {
+    for (wchar_t& c : s)
+        c = static_cast<std::uint32_t>(c) - L'\t' <= L'\r' - L'\t' ? L' ' : c;
+}
+
+// Where a line splits into key and value; npos if it is no key line.
+std::size_t key_line_split(std::wstring_view line) {
+    const std::size_t equals = line.find(L'=');
+    return equals == line.npos || line[0] == L';' || trim_front(line.substr(0, equals)).empty() ? line.npos
+                                                                                                : equals;
 }
 
 } // namespace
 
 std::wstring_view trim_front(std::wstring_view s) {
     std::size_t n = 0;
-    while (n < s.size() && is_blank(s[n]))
+    while (n < s.size() && blank(s[n]))
         ++n;
     return s.substr(n);
 }
 
+std::wstring_view trim_back(std::wstring_view s) {
+    std::size_t n = s.size();
+    while (n > 0 && blank(s[n - 1]))
+        --n;
+    return s.substr(0, n);
+}
+
 std::wstring_view trim_both(std::wstring_view s) {
-    s = trim_front(s);
-    return trim_right_view(s.data(), s.size());
+    return trim_back(trim_front(s));
 }
 
 int compare_ci(std::wstring_view a, std::wstring_view b) {
@@ -58,6 +72,13 @@ bool equal_ci(std::wstring_view a, std::wstring_view b) {
     return true;
 }
 
+std::size_t hash_ci::operator()(std::wstring_view s) const {
+    std::uint64_t h = 0xCBF29CE484222325; // FNV-1a over the folded characters
+    for (const wchar_t c : s)
+        h = (h ^ static_cast<std::uint64_t>(fold(c))) * 0x100000001B3;
+    return static_cast<std::size_t>(h);
+}
+
 bool parse_section_line(std::wstring_view line, std::wstring& name) {
     if (line.empty() || line[0] != L'[')
         return false;
@@ -66,11 +87,23 @@ bool parse_section_line(std::wstring_view line, std::wstring& name) {
 }
 
 bool parse_ini_line(std::wstring_view line, std::wstring& key, std::wstring& value) {
-    const std::size_t equals = line.find(L'=');
-    if (equals == line.npos || line[0] == L';' || trim_front(line.substr(0, equals)).empty())
+    const std::size_t equals = key_line_split(line);
+    if (equals == line.npos)
         return false;
-    assign_normal(key, line.substr(0, equals));
-    assign_normal(value, line.substr(equals + 1));
+    key = normal_form(line.substr(0, equals));
+    value = normal_form(line.substr(equals + 1));
+    return true;
+}
+
+bool normalize_ini_line(std::wstring_view line, std::wstring& normal, std::size_t& key_length) {
+    const std::size_t equals = key_line_split(line);
+    if (equals == line.npos)
+        return false;
+    const std::wstring_view key = trim_both(line.substr(0, equals));
+    const std::wstring_view value = trim_both(line.substr(equals + 1));
+    normal = make_ini_line(key, value);
+    blanks_to_spaces(normal);
+    key_length = key.size();
     return true;
 }
 
@@ -98,8 +131,8 @@ std::wstring make_section_line(std::wstring_view name) {
 }
 
 std::wstring normal_form(std::wstring_view s) {
-    std::wstring out;
-    assign_normal(out, s);
+    std::wstring out(trim_both(s));
+    blanks_to_spaces(out);
     return out;
 }
 

@@ -3,6 +3,7 @@
 // terminator. Any thread may call these functions; nothing fails.
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -14,8 +15,9 @@ using next_line = std::function<bool(std::wstring& line)>;
 // Takes a line, adds the line end; false if it could not be written.
 using put_line = std::function<bool(const std::wstring& line)>;
 
-// The text without the white space in front, and without that at both ends.
+// The text without the white space in front, at its end, and at both ends.
 std::wstring_view trim_front(std::wstring_view s);
+std::wstring_view trim_back(std::wstring_view s);
 std::wstring_view trim_both(std::wstring_view s);
 
 // Orders names: < 0, 0, > 0. The shorter length decides first, then the difference of the lengths. In
@@ -25,8 +27,12 @@ int compare_ci(std::wstring_view a, std::wstring_view b);
 // The same as compare_ci(a, b) == 0, and faster.
 bool equal_ci(std::wstring_view a, std::wstring_view b);
 
-struct less_ci {
-    bool operator()(std::wstring_view a, std::wstring_view b) const { return compare_ci(a, b) < 0; }
+// For a hash table of names.
+struct equal_ci_to {
+    bool operator()(std::wstring_view a, std::wstring_view b) const { return equal_ci(a, b); }
+};
+struct hash_ci {
+    std::size_t operator()(std::wstring_view s) const;
 };
 
 // The parsers leave their results untouched when they answer false. `line` must not lie in a result.
@@ -38,6 +44,9 @@ bool parse_section_line(std::wstring_view line, std::wstring& name);
 // A key line, in normal form: key and value trimmed, and each white space inside them a space. False for a
 // line that begins with ";", has no "=" or has an empty key.
 bool parse_ini_line(std::wstring_view line, std::wstring& key, std::wstring& value);
+
+// The same as one text, "key=value", of which the first `key_length` characters are the key.
+bool normalize_ini_line(std::wstring_view line, std::wstring& normal, std::size_t& key_length);
 
 // The same for a line that is in normal form already: cuts at the first "=" and changes nothing.
 bool split_ini_line(std::wstring_view line, std::wstring& key, std::wstring& value);
