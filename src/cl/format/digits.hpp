@@ -91,32 +91,38 @@ inline int decimal_length(std::uint64_t value) {
     return static_cast<int>(estimate + (value >= powers_of_10[estimate] ? 1 : 0));
 }
 
+template <class Ch>
+void write_pair(Ch* to, std::size_t value) {
+    to[0] = static_cast<Ch>(digit_pairs[value * 2]);
+    to[1] = static_cast<Ch>(digit_pairs[value * 2 + 1]);
+}
+
 // Returns where the digits begin.
 template <class Ch>
 Ch* write_decimal(Ch* end, std::uint64_t value) {
-    while (value >= 100) {
-        const auto pair = static_cast<std::size_t>(value % 100 * 2);
-        value /= 100;
-        *--end = static_cast<Ch>(digit_pairs[pair + 1]);
-        *--end = static_cast<Ch>(digit_pairs[pair]);
-    }
-    if (value >= 10) {
-        *--end = static_cast<Ch>(digit_pairs[value * 2 + 1]);
-        value /= 10;
-    }
-    *--end = static_cast<Ch>('0' + value);
+    for (; value > 0xFFFFFFFF; value /= 100)
+        write_pair(end -= 2, static_cast<std::size_t>(value % 100));
+    // The rest at half the price.
+    auto rest = static_cast<std::uint32_t>(value);
+    for (; rest >= 100; rest /= 100)
+        write_pair(end -= 2, rest % 100);
+    if (rest >= 10)
+        write_pair(end -= 2, rest);
+    else
+        *--end = static_cast<Ch>('0' + rest);
     return end;
 }
 
 // Groups of three digits.
 template <class Ch>
 void write_grouped(Ch* end, std::uint64_t value) {
-    for (; value >= 1000; value /= 1000) {
-        const auto three = static_cast<std::size_t>(value % 1000);
-        *--end = static_cast<Ch>('0' + three % 10);
-        *--end = static_cast<Ch>(digit_pairs[three / 10 * 2 + 1]);
-        *--end = static_cast<Ch>(digit_pairs[three / 10 * 2]);
-        *--end = ',';
+    while (value >= 1000) {
+        const auto three = static_cast<std::uint32_t>(value % 1000);
+        value /= 1000;
+        end -= 4;
+        end[0] = ',';
+        end[1] = static_cast<Ch>('0' + three / 100);
+        write_pair(end + 2, three % 100);
     }
     write_decimal(end, value);
 }

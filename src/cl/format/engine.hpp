@@ -35,15 +35,18 @@ inline void format_base<Ch>::scan_and_close(window w) {
     const Ch* f = fmt;
     for (;; ++f) {
         Ch c = *f;
-        if (c == '%') {
-            c = *++f;
-            if (c != '%') {
-                if (c != '?')
-                    f = d.parse(f);
+        // Most characters stand above the percent sign.
+        if (static_cast<std::make_unsigned_t<Ch>>(c) <= '%') {
+            if (c == '%') {
+                c = *++f;
+                if (c != '%') {
+                    if (c != '?')
+                        f = d.parse(f);
+                    break;
+                }
+            } else if (c == 0) {
                 break;
             }
-        } else if (c == 0) {
-            break;
         }
         if (w.out < w.limit) [[likely]]
             *w.out++ = c;

@@ -210,7 +210,10 @@ extern template class format_base<wchar_t>;
 template <class Ch>
 class basic_format : public format_base<Ch> {
 public:
-    explicit basic_format(const Ch* format);
+    explicit basic_format(const Ch* format)
+        : format_base<Ch>(typeid(basic_format), local_, local_ + local_size, false) {
+        this->scan_format(format);
+    }
 
     void put_fill(Ch c, int count) override;
     void put_text(const Ch* text, std::size_t n) override;
@@ -241,8 +244,15 @@ class basic_strformat;
 template <>
 class basic_sformat<char> : public format_base<char> {
 public:
-    basic_sformat(char* buf, std::size_t size, const char* format);
-    ~basic_sformat();
+    basic_sformat(char* buf, std::size_t size, const char* format)
+        : format_base(typeid(basic_sformat), buf, size == 0 ? buf : buf + size - 1, false), end_(buf + size) {
+        scan_format(format);
+    }
+    ~basic_sformat() {
+        finish();
+        if (position() < end_)
+            *position() = 0;
+    }
 
     void put_fill(char c, int count) override;
     void put_text(const char* text, std::size_t n) override;

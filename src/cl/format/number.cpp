@@ -106,7 +106,7 @@ struct number_printer {
     format_base<Ch>& f;
     directive<Ch>& d;
 
-    window decimal(std::uint64_t value, bool negative) {
+    [[gnu::always_inline]] window decimal(std::uint64_t value, bool negative) {
         enum { plain, grouped, pointed } style = plain;
         if (d.flags & flag_fixed)
             value = shorten(d, value);

@@ -25,18 +25,7 @@ char* append_text(char* pos, const char* end, const char* text, std::size_t n) {
     return n == 0 ? pos : static_cast<char*>(std::memcpy(pos, text, n)) + n;
 }
 
-// The last character that may be written, which is the terminator's; `pos` if there is none.
-char* terminator_place(char* pos, char* end) {
-    return pos < end ? end - 1 : pos;
-}
-
 } // namespace
-
-template <class Ch>
-basic_format<Ch>::basic_format(const Ch* format)
-    : format_base<Ch>(typeid(basic_format), local_, local_ + local_size, false) {
-    this->scan_format(format);
-}
 
 template <class Ch>
 void basic_format<Ch>::spill() {
@@ -72,17 +61,6 @@ std::basic_string<Ch> basic_format<Ch>::result() const {
 template class basic_format<char>;
 template class basic_format<wchar_t>;
 
-basic_sformat<char>::basic_sformat(char* buf, std::size_t size, const char* format)
-    : format_base(typeid(basic_sformat), buf, terminator_place(buf, buf + size), false), end_(buf + size) {
-    scan_format(format);
-}
-
-basic_sformat<char>::~basic_sformat() {
-    finish();
-    if (position() < end_)
-        *position() = 0;
-}
-
 void basic_sformat<char>::put_fill(char c, int count) {
     set_position(append_fill(position(), end_, c, count));
 }
@@ -96,7 +74,7 @@ std::string basic_sformat<char>::result() const {
 }
 
 basic_spformat<char>::basic_spformat(char** cursor, char* end, const char* format)
-    : format_base(typeid(basic_spformat), cursor, terminator_place(*cursor, end)), cursor_(cursor),
+    : format_base(typeid(basic_spformat), cursor, *cursor < end ? end - 1 : *cursor), cursor_(cursor),
       end_(end) {
     scan_format(format);
 }
