@@ -30,42 +30,43 @@ inline auto format_base<Ch>::text_in(window w, const Ch* text, std::size_t n) ->
 }
 
 // Emits literal text up to the next directive, parses that, and leaves what has been written in the target.
+// All that is not of every day is called last, so that the rest needs no stack.
 template <class Ch>
-inline void format_base<Ch>::scan_and_close(window w) {
-    const Ch* f = fmt;
+template <bool Slots>
+inline format_base<Ch>& format_base<Ch>::scan(const Ch* f, window w) {
     for (;; ++f) {
         Ch c = *f;
         // Most characters stand above the percent sign.
         if (static_cast<std::make_unsigned_t<Ch>>(c) <= '%') {
+            if (c == 0) {
+                at_end = true;
+                break;
+            }
             if (c == '%') {
                 c = *++f;
-                if (c != '%') {
-                    if (c != '?')
-                        f = d.parse(f);
+                if (c != '%')
                     break;
-                }
-            } else if (c == 0) {
-                break;
             }
         }
         if (w.out < w.limit) [[likely]]
             *w.out++ = c;
-        else
+        else if constexpr (Slots)
             w = slot_fill(w, c, 1);
+        else
+            return scan_slots(f, c, w);
     }
     fmt = f;
     *at_ = w.out;
-    if (staged_ && w.limit == limit_)
-        put_text(w.out, 0);
+    if (staged_ || (*f != '?' && !at_end)) [[unlikely]]
+        return settle(w);
+    return *this;
 }
 
 // Behind an argument: past its directive, whose settings are reset, and on to the next one.
 template <class Ch>
-inline void format_base<Ch>::next(window w) {
+inline format_base<Ch>& format_base<Ch>::next(window w) {
     d = {};
-    if (*fmt != 0)
-        ++fmt;
-    scan_and_close(w);
+    return scan<false>(at_end ? fmt : fmt + 1, w);
 }
 
 template <class Ch>

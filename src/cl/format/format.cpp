@@ -44,14 +44,31 @@ auto format_base<Ch>::slot_text(window w, const Ch* text, std::size_t n) -> wind
 
 template <class Ch>
 void format_base<Ch>::scan_format(const Ch* format) {
-    fmt = format ? format : no_text;
-    scan_and_close(open());
+    at_end = false;
+    scan<false>(format ? format : no_text, open());
+}
+
+// Goes on where the window has no room for `c`, with slots.
+template <class Ch>
+format_base<Ch>& format_base<Ch>::scan_slots(const Ch* f, Ch c, window w) {
+    return scan<true>(f + 1, slot_fill(w, c, 1));
+}
+
+template <class Ch>
+format_base<Ch>& format_base<Ch>::settle(window w) {
+    if (staged_ && w.limit == limit_)
+        put_text(w.out, 0);
+    if (!at_end) {
+        fmt = d.parse(fmt);
+        at_end = *fmt == 0;
+    }
+    return *this;
 }
 
 template <class Ch>
 format_base<Ch>& format_base<Ch>::arg64(std::int64_t signed_form, std::uint64_t unsigned_form,
                                         char default_letter) {
-    if (d.full || *fmt == 0)
+    if (d.full || at_end)
         return full_number(signed_form, unsigned_form, default_letter);
     const bool negative = default_letter != 'u' && signed_form < 0;
     const std::uint64_t value = negative ? 0 - static_cast<std::uint64_t>(signed_form) : unsigned_form;
@@ -70,8 +87,8 @@ format_base<Ch>& format_base<Ch>::arg64(std::int64_t signed_form, std::uint64_t 
     detail::write_decimal(w.out, value);
     if (negative)
         *sign = '-';
-    next(w);
-    return *this;
+    d = {};
+    return scan<false>(fmt + 1, w);
 }
 
 // A text can't stand in for a '*'. Under a pointer's letter its address is the argument, and it isn't looked
@@ -98,8 +115,7 @@ format_base<Ch>& format_base<Ch>::own_text(const Ch* text, std::size_t n, bool n
     } else if (n == to_zero) {
         n = text_length(text, d.precision);
     }
-    next(emit_text(open(), text, n));
-    return *this;
+    return next(emit_text(open(), text, n));
 }
 
 template <class Ch>
@@ -121,15 +137,14 @@ format_base<Ch>& format_base<Ch>::arg_wtext(const wchar_t* text, std::size_t n, 
 
 template <class Ch>
 void format_base<Ch>::finish_rest() {
-    ++fmt;
-    scan_and_close(open());
+    scan<false>(fmt + 1, open());
     // The letter of a further directive is literal text; one that is itself a percent sign is scanned like
     // any other.
-    while (*fmt != 0) {
-        window w = open();
-        if (*fmt != '%')
-            w = fill_in(w, *fmt++, 1);
-        scan_and_close(w);
+    while (!at_end) {
+        if (*fmt == '%')
+            scan<false>(fmt, open());
+        else
+            scan<false>(fmt + 1, fill_in(open(), *fmt, 1));
     }
 }
 

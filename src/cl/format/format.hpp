@@ -131,7 +131,7 @@ public:
     // Closes a format for which fewer arguments came than it has directives: the directive that waits is
     // dropped, the text behind it goes out, and of every later directive the letter stays.
     void finish() {
-        if (*fmt != 0)
+        if (!at_end)
             finish_rest();
     }
 
@@ -150,9 +150,8 @@ protected:
     // slots. The position is what `at` points to, the last character goes ahead of `limit`; with no room
     // left, the slots are called. A staged window is emptied by put_text at the end of each insertion.
     format_base(const std::type_info& owner, Ch* first, Ch* limit, bool staged)
-        : limit_(limit), owner_(&owner), pos_(first), staged_(staged) {}
-    format_base(const std::type_info& owner, Ch** at, Ch* limit)
-        : limit_(limit), owner_(&owner), at_(at), staged_(false) {}
+        : staged_(staged), limit_(limit), owner_(&owner), pos_(first) {}
+    format_base(const std::type_info& owner, Ch** at, Ch* limit) : limit_(limit), owner_(&owner), at_(at) {}
     ~format_base() = default;
 
     // Points at a new format and scans as far as its first directive. Nothing of the directive that the old
@@ -183,8 +182,11 @@ private:
     window slot_text(window w, const Ch* text, std::size_t n);
     window fill_in(window w, Ch c, int count);
     window text_in(window w, const Ch* text, std::size_t n);
-    void scan_and_close(window w);
-    void next(window w);
+    template <bool Slots>
+    format_base& scan(const Ch* f, window w);
+    format_base& scan_slots(const Ch* f, Ch c, window w);
+    format_base& settle(window w);
+    format_base& next(window w);
 
     bool takes_address(const void* text);
     format_base& own_text(const Ch* text, std::size_t n, bool null_word);
@@ -194,13 +196,14 @@ private:
     void finish_rest();
 
     detail::directive<Ch> d; // the directive that waits for its argument
+    bool at_end = true;      // there is none
+    bool staged_ = false;
     const Ch* fmt = no_text; // on its letter, or on the terminating zero
 
     Ch* limit_ = nullptr;
     const std::type_info* owner_ = nullptr;
     Ch* pos_ = nullptr;
     Ch** at_ = &pos_;
-    bool staged_ = false;
 };
 
 extern template class format_base<char>;

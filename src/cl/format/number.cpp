@@ -201,18 +201,16 @@ format_base<Ch>& format_base<Ch>::full_number(std::int64_t signed_form, std::uin
     conversion c = conversion_of(*fmt);
     if (c == conversion::default_letter)
         c = default_letter == 'u' ? conversion::unsigned_decimal : conversion::signed_decimal;
-    if (c == conversion::radix) {
-        next(printer.radix(unsigned_form, static_cast<char>(*fmt)));
-    } else if (c == conversion::character) {
+    if (c == conversion::radix)
+        return next(printer.radix(unsigned_form, static_cast<char>(*fmt)));
+    if (c == conversion::character) {
         const Ch character = static_cast<Ch>(unsigned_form & (std::same_as<Ch, char> ? 0xFF : 0xFFFF));
-        next(emit_text(open(), &character, character != 0 ? 1 : 0));
-    } else {
-        const bool is_signed = c == conversion::signed_decimal;
-        const bool negative = is_signed && signed_form < 0;
-        const std::uint64_t bits = is_signed ? static_cast<std::uint64_t>(signed_form) : unsigned_form;
-        next(printer.decimal(negative ? 0 - bits : bits, negative));
+        return next(emit_text(open(), &character, character != 0 ? 1 : 0));
     }
-    return *this;
+    const bool is_signed = c == conversion::signed_decimal;
+    const bool negative = is_signed && signed_form < 0;
+    const std::uint64_t bits = is_signed ? static_cast<std::uint64_t>(signed_form) : unsigned_form;
+    return next(printer.decimal(negative ? 0 - bits : bits, negative));
 }
 
 template format_base<char>& format_base<char>::full_number(std::int64_t, std::uint64_t, char);
