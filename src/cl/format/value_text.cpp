@@ -130,19 +130,27 @@ std::string duration_text(std::uint64_t value, std::uint32_t unit) {
     const std::uint64_t m = seconds / 60 % 60;
     const std::uint64_t s = seconds % 60;
 
+    // By the largest unit that is needed, without and with decimals.
+    static constexpr const char* formats[3][2] = {
+        {"%?", "%?.%0*?"},
+        {"%?:%02?", "%?:%02?.%0*?"},
+        {"%?:%02?:%02?", "%?:%02?:%02?.%0*?"},
+    };
     char buffer[duration_size];
     char* cursor = buffer;
     {
-        const char* format = h != 0 ? "%?:%02?:%02?" : m != 0 ? "%?:%02?" : "%?";
-        basic_spformat<char> f(&cursor, buffer + duration_size, format);
+        basic_spformat<char> f(&cursor, buffer + duration_size,
+                               formats[h != 0   ? 2
+                                       : m != 0 ? 1
+                                                : 0][places != 0]);
         if (h != 0)
             f << h;
         if (h != 0 || m != 0)
             f << m;
         f << s;
+        if (places != 0)
+            f << places << fraction;
     }
-    if (places != 0)
-        basic_spformat<char>(&cursor, buffer + duration_size, ".%0*?") << places << fraction;
     return {buffer, cursor};
 }
 
