@@ -115,7 +115,7 @@ class Service(unittest.TestCase):
         (DATA / "global.ini").write_bytes(text.encode())
 
     def test_start_and_stop(self):
-        for round_number in range(1, 4):
+        for round_number in range(1, 11):
             self.start()
             self.stop()
             self.assertEqual(calls(), CALLS * round_number)
