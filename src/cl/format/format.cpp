@@ -79,9 +79,12 @@ format_base<Ch>& format_base<Ch>::arg64(std::int64_t signed_form, std::uint64_t 
         return full_number(signed_form, unsigned_form, default_letter);
     Ch* sign = w.out;
     if (missing > 0) {
-        w.out = repeat(w.out, d.fill, missing);
-        if (d.fill == ' ')
-            sign = w.out;
+        // Blanks go ahead of the sign, zeros behind it.
+        if (d.fill == '0')
+            repeat(w.out + negative, Ch{'0'}, missing);
+        else
+            sign = repeat(w.out, Ch{' '}, missing);
+        w.out += missing;
     }
     w.out += length;
     detail::write_decimal(w.out, value);

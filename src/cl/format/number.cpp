@@ -152,8 +152,10 @@ struct number_printer {
         else if (d.precision > 0)
             d.precision =
                 static_cast<std::int8_t>(digits.place_point(d.precision, (d.flags & flag_alt) != 0));
-        return emit_number(ahead, digits.length,
-                           [&](Ch* end) { std::copy_n(digits.text, digits.length, end - digits.length); });
+        return emit_number(ahead, digits.length, [&](Ch* end) {
+            for (int i = digits.length; i > 0; --i)
+                *--end = digits.text[i - 1];
+        });
     }
 
     // `write` puts the digits, `length` characters, ahead of an end pointer.

@@ -52,6 +52,8 @@ TEST(format, integers) {
          "12.3 1.23 0.123 -10|"},
         // The rounding of the largest values must not wrap.
         {"%,.20~1u %,.20~1u", [](narrow& f) { f << UINT64_MAX << UINT32_MAX; }, "0.2 0.00000000004"},
+        {"%03?|%09?|%3?|%9?|%01?|%02?|", [](narrow& f) { f << -7 << -123 << -7 << -123 << -7 << -7; },
+         "-07|-00000123| -7|     -123|-7|-7|"},
         // Numbers are 8 bits and wrap; a negative precision is none.
         {"%259?|%.257?|%.200?|%.?|", [](narrow& f) { f << 7 << 7 << 7 << 0; }, "  7|7|7|0|"},
         {"%? %? %u %?", [](narrow& f) { f << INT64_MIN << INT32_MIN << -1 << UINT64_MAX; },
