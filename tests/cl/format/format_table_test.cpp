@@ -66,9 +66,9 @@ void check_type() {
             d.sig_digits = field.sig_digits;
             for (const char* letter = letters; *letter != 0; ++letter) {
                 d.letter = *letter;
-                // All values with the letter of every day, of the others two in turn; stars and the wide form
+                // All values with the letter of every day, of the others one in turn; stars and the wide form
                 // in turn as well.
-                for (std::size_t i = 0; i < (d.letter == '?' ? values.size() : 2); ++i, ++round) {
+                for (std::size_t i = 0; i < (d.letter == '?' ? values.size() : 1); ++i, ++round) {
                     const T value = values[round % values.size()];
                     format_model model(d, static_cast<std::uint64_t>(value), 8 * sizeof(T),
                                        std::numeric_limits<T>::is_signed);
