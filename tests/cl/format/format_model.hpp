@@ -2,31 +2,12 @@
 // after the other.
 #pragma once
 
+#include "format_row.hpp"
+
 #include <algorithm>
 #include <cstdint>
+#include <map>
 #include <string>
-
-struct directive {
-    std::string flags; // of " #'+,-0"
-    int width = 0;
-    int precision = -1; // -1 = not given
-    int sig_digits = -1;
-    char letter = '?';
-
-    bool has(char flag) const { return flags.find(flag) != std::string::npos; }
-
-    // The directive's text; with `stars` its numbers are left to arguments.
-    std::string text(bool stars) const {
-        std::string t = "%" + flags;
-        if (width > 0)
-            t += stars ? "*" : std::to_string(width);
-        if (precision >= 0)
-            t += "." + (stars ? "*" : std::to_string(precision));
-        if (sig_digits >= 0)
-            t += "~" + (stars ? "*" : std::to_string(sig_digits));
-        return t + letter;
-    }
-};
 
 // `value` is sign-extended to 64 bits; `bits` and `is_signed` describe its type.
 class format_model {
@@ -40,43 +21,31 @@ public:
             letter = is_signed_ ? 'd' : 'u';
         const std::uint64_t bits = bits_ == 64 ? value_ : value_ & ((std::uint64_t{1} << bits_) - 1);
         const bool alt = d_.has('#') || letter == 'p';
-        std::string sign, prefix, digits;
-        bool radix = true;
+        if (letter == 'c')
+            return pad_text((bits & 0xFF) == 0 ? "" : std::string(1, static_cast<char>(bits & 0xFF)));
         const std::string lower = "0123456789abcdefghijklmnopqrstuvwxyz";
         const std::string upper = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
-        switch (letter) {
-        case 'c':
-            return pad_text((bits & 0xFF) == 0 ? "" : std::string(1, static_cast<char>(bits & 0xFF)));
-        case 'x':
-        case 'p':
-            digits = in_base(bits, lower.substr(0, 16)), prefix = "0x";
-            break;
-        case 'X':
-            digits = in_base(bits, upper.substr(0, 16)), prefix = "0x";
-            break;
-        case 'o':
-            digits = in_base(bits, lower.substr(0, 8)), prefix = "0";
-            break;
-        case 'z':
-            digits = in_base(bits, lower);
-            break;
-        case 'Z':
-            digits = in_base(bits, upper);
-            break;
-        case 'm':
-            digits = in_base(bits, upper.substr(10) + lower.substr(10) + lower.substr(0, 10) + "+/");
-            break;
-        default:
-            radix = false;
-            // What is signed at 64 bits is the value as it stands; an unsigned type was zero-extended to get
-            // there.
-            if (letter != 'u' && static_cast<std::int64_t>(value_signed()) < 0) {
+        const std::string base64 = upper.substr(10) + lower.substr(10) + lower.substr(0, 10) + "+/";
+        const std::map<char, std::pair<std::string, std::string>> radixes = {
+            {'x', {lower.substr(0, 16), "0x"}},
+            {'p', {lower.substr(0, 16), "0x"}},
+            {'X', {upper.substr(0, 16), "0x"}},
+            {'o', {lower.substr(0, 8), "0"}},
+            {'z', {lower, ""}},
+            {'Z', {upper, ""}},
+            {'m', {base64, ""}},
+        };
+        std::string sign, prefix, digits;
+        const auto found = radixes.find(letter);
+        const bool radix = found != radixes.end();
+        if (radix) {
+            digits = in_base(bits, found->second.first);
+            prefix = found->second.second;
+        } else {
+            const std::uint64_t value = letter == 'u' ? bits : value_signed();
+            if (letter != 'u' && static_cast<std::int64_t>(value) < 0)
                 sign = "-";
-                digits = in_base(0 - value_signed(), "0123456789");
-            } else {
-                digits = in_base(letter == 'u' ? bits : value_signed(), "0123456789");
-            }
-            digits = significant(digits);
+            digits = significant(in_base(sign.empty() ? value : 0 - value, lower.substr(0, 10)));
         }
         if (!alt || digits == "0")
             prefix.clear();
