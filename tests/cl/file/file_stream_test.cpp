@@ -86,6 +86,10 @@ TEST_F(file_stream_test, sync_forgets_and_a_flush_keeps) {
     disk::fail_call(1, 112, file_op::write);
     EXPECT_EQ(file.write(data.data(), 4096), 0);
     EXPECT_EQ(file.last_error, 112u);
+    disk::fail_call(1, 112, file_op::write);
+    disk::clear_log();
+    EXPECT_EQ(file.read(out, 1), 0);
+    EXPECT_EQ(sizes(file_op::read), sizes_list()) << "nothing is read while what waits can't be written";
     EXPECT_EQ(file.read(out, 1), 0) << "the end of the file, behind what has been flushed now";
     EXPECT_EQ(disk::bytes(path), "0123456789");
 

@@ -171,7 +171,7 @@ private:
 };
 
 TEST(text_model, random_work) {
-    for (unsigned seed = 0; seed < 120 && !testing::Test::HasFailure(); ++seed) {
+    for (unsigned seed = 0; seed < 72 && !testing::Test::HasFailure(); ++seed) {
         SCOPED_TRACE(testing::Message() << "seed " << seed);
         run<cl::uni_file>(seed).go();
         run<slotted_file>(seed).go();
