@@ -137,7 +137,7 @@ TEST_P(file_fault, disk_full_at_every_byte) {
     bool good = false;
     // What the temporary file and the longer copy take, in steps that meet every place of a unit.
     const std::size_t needed = after.size() + after.size() - before.size();
-    for (std::size_t space = 0; space <= needed && !HasFailure(); space += space + 60 < needed ? 53 : 1) {
+    for (std::size_t space = 0; space <= needed && !HasFailure(); space += space + 150 < needed ? 131 : 1) {
         SCOPED_TRACE(space);
         start();
         disk::set_space(space);
