@@ -16,12 +16,10 @@ struct naive_text {
     std::int64_t pos = 0;  // from the start of the file
     int low = -1, high = -1, pushback = -1;
     int eol = 0;
-
     int byte() {
         return pos < size() ? static_cast<unsigned char>(bytes[static_cast<std::size_t>(pos++)]) : -1;
     }
     std::int64_t size() const { return static_cast<std::int64_t>(bytes.size()); }
-
     std::string read(std::int64_t n) {
         std::string got;
         for (int b; n > 0 && (b = byte()) >= 0; --n)
@@ -43,7 +41,6 @@ struct naive_text {
         pos = to;
         return pos - mark;
     }
-
     // The value of n bytes, -1 if they aren't there.
     std::int64_t number(int n, bool big) {
         std::int64_t value = 0;
@@ -131,7 +128,6 @@ struct naive_text {
         }
         return !out.empty();
     }
-
     void put(wchar_t c) {
         std::int64_t code = c;
         const bool pairs = encoding == 1 || encoding > 3;
