@@ -10,7 +10,8 @@ bool ini_merge::operator()(const next_line& next) {
     bool first = true;
     std::wstring line;
     while (next(line)) {
-        trim_left(line);
+        if (!line.empty() && line[0] <= L' ')
+            trim_left(line);
         if (first && !line.empty() && utf8_mark_)
             write(std::wstring());
         first = false;
