@@ -44,6 +44,7 @@ struct file_trace_real : testing::Test {
     file_trace_real() {
         trace.set_stamps(false, false);
         trace.set_path(folder / L"trace.txt");
+        trace.set_buffer(0x20000, 0x20000, 0x20000, true); // nothing is flushed ahead of its time
     }
     temp_folder folder;
     const fs::path log = folder.folder / "trace.txt";
