@@ -27,9 +27,13 @@ constexpr std::uint32_t retry_delay_ms = 1000;
 // At the end of the process another thread's flush is waited for as long as the timer's worker would be.
 constexpr int end_wait_ms = 5000;
 
+// Stands for the `ready` of a timer where there is none.
+constinit const std::atomic<bool> no_host{false};
+
 } // namespace
 
-file_trace::file_trace(passive_timer* host) : open_flags(log_open_flags), timer_host(host) {}
+file_trace::file_trace(passive_timer* host)
+    : open_flags(log_open_flags), timer_host(host), host_ready(host ? &host->ready : &no_host) {}
 
 file_trace::~file_trace() {
     shut_down();
@@ -85,6 +89,7 @@ void file_trace::set_stamps(bool time, bool ms) {
     const mutex_auto guard(lock, true);
     with_time = time;
     with_ms = ms;
+    stamp.forget();
 }
 
 void file_trace::set_write_through(bool on) {
@@ -118,16 +123,15 @@ void file_trace::make_stamp() {
 
 // A line, or a piece of one.
 inline void file_trace::append_line(std::string_view body, line_end ending) {
-    if (char* p = ring.reserve(line_stamp::size + body.size() + 2)) {
-        if (at_line_start)
-            p = stamp.copy_to(p);
+    if (char* const start = ring.reserve(line_stamp::size + body.size() + 2)) {
+        char* p = at_line_start ? stamp.copy_to(start) : start;
         std::memcpy(p, body.data(), body.size());
         p += body.size();
         if (ending == line_end::crlf)
             *p++ = '\r';
         if (ending != line_end::none)
             *p++ = '\n';
-        ring.append_until(p);
+        ring.append_reserved(static_cast<std::int32_t>(p - start));
     } else {
         if (at_line_start)
             ring.append(stamp.text());
@@ -335,7 +339,7 @@ void file_trace::on_close(mutex_auto&, file_hnd&) {}
 // ---- the timer
 
 bool file_trace::host_runs() const {
-    return timer_host && timer_host->ready.load(std::memory_order_relaxed);
+    return host_ready->load(std::memory_order_relaxed);
 }
 
 bool file_trace::is_async() {

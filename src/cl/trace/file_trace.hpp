@@ -127,6 +127,7 @@ private:
     std::uint64_t file_size = 0; // of the log at the last flush
     std::uint32_t open_flags;
     passive_timer* const timer_host;
+    const std::atomic<bool>* const host_ready;
     timer_handle timer{};
     std::atomic<bool> armed{false};               // the timer is armed, and the flusher has not begun
     std::atomic<std::uint64_t> flusher_thread{0}; // the last that ran the flusher

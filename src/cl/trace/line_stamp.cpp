@@ -9,7 +9,7 @@ namespace cl {
 constinit stamp_format default_stamp_format{"%02?%02?%02?", "'%03?", " ", ""};
 
 void line_stamp::make() {
-    shown_ = none;
+    forget();
     close(0);
 }
 
@@ -22,7 +22,6 @@ void line_stamp::change(const os::local_time& now, bool with_ms) {
     }
     shown_ = time;
     shown_time_ = now;
-    with_ms_ = with_ms;
     std::size_t at = second_length_;
     if (with_ms) {
         basic_sformat<char>(stamp + at, size - at, format_.ms_format) << now.millisecond;

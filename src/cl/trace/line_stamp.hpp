@@ -30,11 +30,14 @@ public:
 
     // The stamp without a time.
     void make();
+    // As long as the time is the same, with_ms must be, unless forget was called.
     void make(const os::local_time& now, bool with_ms) {
         // Formatting costs far more than the test whether anything has changed.
-        if (packed(now) != shown_ || with_ms != with_ms_)
+        if (packed(now) != shown_)
             change(now, with_ms);
     }
+
+    void forget() { shown_ = none; }
 
     std::string_view text() const { return {stamp, length_}; }
     // Copies the text to `size` bytes, what is behind it included, and returns its end.
@@ -61,7 +64,6 @@ private:
     // What the text shows.
     std::uint64_t shown_ = none;
     os::local_time shown_time_{};
-    bool with_ms_ = false;
     std::size_t second_length_ = 0; // hour, minute and second as formatted
 };
 

@@ -19,13 +19,12 @@ struct trace_ring {
 
     // Copies as much of the text as there is room for; the rest is dropped.
     void append(std::string_view text) noexcept;
-    // Room for n bytes in one piece, to be filled and then taken with append_until; null if there is none.
+    // Room for n bytes in one piece, to be filled and then taken with append_reserved; null if there is none.
     char* reserve(std::size_t n) noexcept {
         return n <= static_cast<std::size_t>(std::min(buf_size - head, buf_size - used)) ? buf + head
                                                                                          : nullptr;
     }
-    void append_until(const char* end) noexcept {
-        const auto n = static_cast<std::int32_t>(end - (buf + head));
+    void append_reserved(std::int32_t n) noexcept {
         head += n;
         used += n;
     }
