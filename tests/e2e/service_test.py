@@ -108,7 +108,7 @@ class Service(unittest.TestCase):
         self.assertEqual(tool("sc", "stop", "VexaFlowS")[0], 0)
         # The stop is reported ahead of the teardown: what counts is the end of the process.
         wait_for(lambda: not processes(), "the end of the process")
-        self.assertEqual(state(), 1)
+        wait_for(lambda: state() == 1, "a stopped service")
 
     def settings(self, text):
         DATA.mkdir(parents=True, exist_ok=True)
