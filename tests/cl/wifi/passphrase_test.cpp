@@ -1,8 +1,8 @@
 #include "cl/wifi/passphrase.hpp"
 
-#include <cstring>
 #include <gtest/gtest.h>
 #include <memory>
+#include <string_view>
 
 namespace {
 
@@ -42,7 +42,9 @@ TEST(passphrase, nothing_of_it_stays_in_memory) {
     auto* const secret = new (place) cl::passphrase;
     secret->text = "eleven more";
     std::destroy_at(secret);
-    EXPECT_EQ(std::memchr(place, 'v', sizeof place), nullptr);
+    // A whole word: one byte alone may also be part of an address that the object held.
+    const std::string_view left(reinterpret_cast<const char*>(place), sizeof place);
+    EXPECT_EQ(left.find("elev"), left.npos);
 }
 
 } // namespace
