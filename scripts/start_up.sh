@@ -5,8 +5,9 @@
 need_packages $PRODUCT_PACKAGES
 build_preset windows start_up.exe || exit 1
 wine_prefix test
+exe=$ROOT/build/windows/bench/windows/start_up.exe
 for _ in $(seq "${1:-3}"); do
-    timeout 60 "$W" "$ROOT/build/windows/bench/windows/start_up.exe" </dev/null | tr -d '\r'
+    for mode in bare ""; do timeout 60 "$W" "$exe" $mode </dev/null | tr -d '\r'; done
     echo
 done
 wine_down

@@ -1,5 +1,7 @@
 // What the process-wide objects cost at the start of every command, one by one in their order, and what a
-// reading of the clock costs beside the system's call. Each number is of one cold run of this process.
+// reading of the clock costs beside the system's call. Each number is of one cold run of this process. With
+// an argument: what an otherwise empty program pays for one thread that it waits for, which is the system's
+// own part.
 #include "cl/file/random_gen.hpp"
 #include "cl/ini/cached_ini.hpp"
 #include "cl/sys/cpu_info.hpp"
@@ -67,6 +69,20 @@ cl::stdout_trace out;
 cl::stderr_trace err;
 cl::fact_store facts;
 
+DWORD WINAPI set_event(void* event) {
+    SetEvent(event);
+    return 0;
+}
+
+void one_bare_thread() {
+    const HANDLE begun = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    const HANDLE thread = CreateThread(nullptr, 0, set_event, begun, 0, nullptr);
+    WaitForSingleObject(begun, INFINITE);
+    WaitForSingleObject(thread, INFINITE);
+    CloseHandle(thread);
+    CloseHandle(begun);
+}
+
 } // namespace
 
 namespace cl {
@@ -77,7 +93,11 @@ hrtime_clock hrtime(windows_clock_sources, facts);
 
 } // namespace cl
 
-int main() {
+int main(int argc, char**) {
+    if (argc > 1) {
+        measure("an empty program with one thread", one_bare_thread);
+        return 0;
+    }
     measure("operating system record", [] { cl::fill_os_info(cl::read_os_facts()); });
     measure("timer \"slow\" with its worker", [] { slow.emplace("slow"); });
     measure("console state", [] { cl::init_console(); });
