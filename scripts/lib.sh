@@ -5,7 +5,7 @@ W=/usr/lib/wine/wine64
 # What building and running the product takes, and what the tests and checks take on top.
 PRODUCT_PACKAGES="cmake ninja-build ccache gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix
     binutils-mingw-w64-x86-64 wine64 wine util-linux"
-PACKAGES="$PRODUCT_PACKAGES g++ clang clang-format libclang-rt-14-dev googletest libbenchmark-dev libfmt-dev
+PACKAGES="$PRODUCT_PACKAGES g++ clang clang-format clang-tidy cppcheck libclang-rt-14-dev googletest libbenchmark-dev libfmt-dev
     libsimpleini-dev libspdlog-dev valgrind python3"
 
 say() { printf '%s\n' "$*" >&2; }

@@ -57,6 +57,7 @@ bool uni_file::detect_encoding(std::uint32_t default_encoding) {
         else if (byte == 0xFE && next_is(0xFF))
             found = encoding_utf16be;
         else if (byte == 0xFF && next_is(0xFE))
+            // NOLINTNEXTLINE(misc-redundant-expression): each call reads a byte
             found = next_is(0) && next_is(0) ? encoding_utf32le : encoding_utf16le;
         else if (byte == 0 && next_is(0) && next_is(0xFE) && next_is(0xFF))
             found = encoding_utf32be;

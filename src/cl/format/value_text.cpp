@@ -68,7 +68,7 @@ std::size_t write_address(char (&buffer)[address_size], const ip6_addr& a, bool 
         return static_cast<std::size_t>(out - buffer);
     }
     std::uint16_t groups[8];
-    for (int i = 0; i < 8; ++i)
+    for (std::size_t i = 0; i < 8; ++i)
         groups[i] = static_cast<std::uint16_t>(a.bytes[2 * i] << 8 | a.bytes[2 * i + 1]);
     if (brackets)
         *out++ = '[';

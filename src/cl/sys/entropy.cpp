@@ -1,5 +1,5 @@
 // rand_s of the run-time library is declared only on request.
-#define _CRT_RAND_S
+#define _CRT_RAND_S // NOLINT(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 #include <cstdlib>
 
 #include "cl/sys/entropy.hpp"
@@ -88,7 +88,7 @@ std::wstring read_machine_sid() {
     wchar_t* text = nullptr;
     if (!ConvertSidToStringSidW(sid, &text))
         return {};
-    const std::wstring result = text;
+    std::wstring result = text;
     LocalFree(text);
     return result;
 }

@@ -54,7 +54,7 @@ module_handle library_table::load_library(const std::wstring& library) {
     for (const std::wstring* folder : {&system_folder_, &windows_folder_}) {
         if (folder->empty())
             continue;
-        if (const module_handle module = calls_.load((*folder + name).c_str()))
+        if (module_handle module = calls_.load((*folder + name).c_str()))
             return module;
     }
     return nullptr;

@@ -52,9 +52,9 @@ void base_timer::start(timer_handle* key, const std::function<void()>& callback,
     if (!e)
         e = &entries->add(key);
     e->interval = interval;
-    e->state = flags & timer_once    ? entry_state::once
-               : flags & timer_fixed ? entry_state::periodic_fixed
-                                     : entry_state::periodic;
+    e->state = (flags & timer_once) != 0    ? entry_state::once
+               : (flags & timer_fixed) != 0 ? entry_state::periodic_fixed
+                                            : entry_state::periodic;
     e->event_driven = (flags & timer_on_event) != 0;
     // The next pass subtracts the time since last_tick, but the delay counts from now.
     e->remaining = static_cast<std::int32_t>(static_cast<std::uint32_t>(interval) + (tick() - last_tick));

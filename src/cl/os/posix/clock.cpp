@@ -14,7 +14,7 @@ std::uint32_t tick_count() {
 
 void sleep_ms(std::uint32_t ms) {
     timespec left{static_cast<time_t>(ms / 1000), static_cast<long>(ms % 1000) * 1000000};
-    do {
+    do { // NOLINT(bugprone-infinite-loop): all ones is for ever
         while (nanosleep(&left, &left) != 0 && errno == EINTR) {
         }
         left = {1000000, 0};

@@ -199,9 +199,10 @@ std::uint32_t open_file(const wchar_t* path, const file_request& request, file_h
     }
     if (request.attributes & (sequential_scan | random_access))
         posix_fadvise(fd, 0, 0,
-                      request.attributes & sequential_scan ? POSIX_FADV_SEQUENTIAL : POSIX_FADV_RANDOM);
-    file = reinterpret_cast<file_handle>(
-        new open_state{fd, request.access, request.attributes & delete_on_close ? name : std::string()});
+                      (request.attributes & sequential_scan) != 0 ? POSIX_FADV_SEQUENTIAL
+                                                                  : POSIX_FADV_RANDOM);
+    file = reinterpret_cast<file_handle>(new open_state{
+        fd, request.access, (request.attributes & delete_on_close) != 0 ? name : std::string()});
     return 0;
 }
 

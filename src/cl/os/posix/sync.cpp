@@ -268,7 +268,7 @@ bool resume_thread(thread_handle thread) {
     t->resumed = pthread_create(&t->id, &attributes, run_thread, own.get()) == 0;
     pthread_attr_destroy(&attributes);
     if (t->resumed)
-        own.release();
+        static_cast<void>(own.release()); // the thread owns it now
     return t->resumed;
 }
 
@@ -281,7 +281,7 @@ std::uint32_t wait_thread(thread_handle thread, std::uint32_t timeout_ms) {
 }
 
 void kill_thread(thread_handle) {
-    std::fputs("a thread did not stop in time; the process ends\n", stderr);
+    static_cast<void>(std::fputs("a thread did not stop in time; the process ends\n", stderr));
     _exit(3);
 }
 

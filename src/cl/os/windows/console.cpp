@@ -54,8 +54,9 @@ bool write_console(stream_handle handle, const wchar_t* text, std::size_t n) {
 
 void put_stream(std_stream stream, const char* text) {
     std::FILE* const file = stream == std_stream::err ? stderr : stdout;
-    std::fputs(text, file);
-    std::fflush(file);
+    // A stream that takes nothing has nobody to tell.
+    static_cast<void>(std::fputs(text, file));
+    static_cast<void>(std::fflush(file));
 }
 
 const wchar_t* raw_command_line() {
