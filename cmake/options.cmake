@@ -14,6 +14,11 @@ if(WIN32)
   # Windows 7 is the oldest system that the product runs on.
   target_compile_definitions(vfl_options INTERFACE
     UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601 WINVER=0x0601)
+  # The same bytes from every folder, and lines for whoever reads a crash; the symbols are split off. The compiler
+  # cache makes paths relative to the build folder.
+  target_compile_options(vfl_options INTERFACE
+    $<$<COMPILE_LANGUAGE:C,CXX>:-g1 -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=../..=.>)
+  target_link_options(vfl_options INTERFACE -Wl,--no-insert-timestamp)
   # mingw's own printf only makes the static runtime larger.
   target_compile_definitions(vfl_options INTERFACE __USE_MINGW_ANSI_STDIO=0)
   target_link_options(vfl_options INTERFACE

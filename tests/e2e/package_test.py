@@ -1,0 +1,120 @@
+"""The packages: what is in them, and the installer's whole life under msiexec: install, upgrade, remove."""
+import os
+import shutil
+import subprocess
+import unittest
+import zipfile
+
+from harness import BUILD, ROOT, VFL, windows_path
+from service_test import DATA, LIBRARY, PREFIX, log, processes, state, tool, wait_for
+
+PACKAGES = ROOT / "build/packages"
+HOME = PREFIX / "drive_c/Program Files/Vexa/VexaFlow"
+KEY = r"HKLM\Software\Vexa\vexaflow"
+VERSION = next(line.split("=")[1] for line in (BUILD / "CMakeCache.txt").read_text().splitlines()
+               if line.startswith("CMAKE_PROJECT_VERSION:STATIC="))
+
+
+def package(*words):
+    done = subprocess.run([ROOT / "scripts/package.sh", *words], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                          check=True)
+    return [ROOT / line for line in done.stdout.decode().split()]
+
+
+def table(msi, name):
+    text = subprocess.run(["msiinfo", "export", msi, name], stdout=subprocess.PIPE, check=True).stdout.decode()
+    names, _, _, *rows = [line.split("\t") for line in text.splitlines()]
+    return [dict(zip(names, row)) for row in rows]
+
+
+def msiexec(action, msi):
+    return tool("msiexec", action, windows_path(msi), "/qn")[0]
+
+
+class Packages(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.msi, cls.zip, cls.symbols = package()
+
+    def test_zips(self):
+        top = f"vfl-{VERSION}/"
+        with zipfile.ZipFile(self.zip) as archive:
+            names = set(archive.namelist())
+            self.assertEqual(archive.read(top + "vfl.exe"), VFL.read_bytes())
+        self.assertLessEqual({top + n for n in ("README.md", "licence.txt", "docs/messages.md")}, names)
+        with zipfile.ZipFile(self.symbols) as archive:
+            self.assertEqual(archive.read(top + "vfl.exe.debug"), (BUILD / "vfl.exe.debug").read_bytes())
+        first = [f.read_bytes() for f in (self.zip, self.symbols)]
+        package()
+        self.assertEqual([f.read_bytes() for f in (self.zip, self.symbols)], first, "the same bytes again")
+
+    def test_actions_of_the_installer(self):
+        order = {row["Action"]: int(row["Sequence"]) for row in table(self.msi, "InstallExecuteSequence")}
+        self.assertLess(order["StopServices"], order["wait_for_end"])
+        self.assertLess(order["wait_for_end"], order["RemoveFiles"])
+        self.assertLess(order["InstallServices"], order["set_recovery"])
+        self.assertLess(order["set_recovery"], order["StartServices"])
+        deferred, as_system, keep_going, installed_program = 0x400, 0x800, 0x40, 18
+        for row in table(self.msi, "CustomAction"):
+            self.assertEqual(int(row["Type"]), deferred + as_system + keep_going + installed_program)
+            self.assertEqual(row["Source"], "service_setup.exe")
+        self.assertEqual(table(self.msi, "ServiceInstall")[0]["StartType"], "2", "automatic")
+
+    def test_install_upgrade_and_remove(self):
+        shutil.rmtree(DATA, ignore_errors=True)
+        newer, = package(VERSION + "0", str(PACKAGES / "newer"))  # a tenfold last number is a higher version
+        self.addCleanup(msiexec, "/x", newer)
+        self.assertEqual(msiexec("/i", self.msi), 0)
+        self.assertEqual((HOME / "vfl.exe").read_bytes(), VFL.read_bytes())
+        self.assertIn(r"C:\Program Files\Vexa\VexaFlow" + "\\", tool("reg", "query", KEY, "/v", "install_dir")[1])
+        service = tool("reg", "query", r"HKLM\System\CurrentControlSet\Services\VexaFlowS")[1]
+        self.assertRegex(service, r'ImagePath +\w+ +"?C:\\Program Files\\Vexa\\VexaFlow\\vfl.exe"? -service')
+        # Without the service library the service runs as an empty shell, and says so.
+        self.assertEqual(state(), 4)
+        self.assertEqual(log()[-1], "start_service reported an error")
+
+        tool("sc", "stop", "VexaFlowS")
+        wait_for(lambda: not processes(), "the end of the process")
+        shutil.copy(LIBRARY, HOME)
+        (HOME / "flowsrv.cfg").write_text("stop_service_ex.delay=8000\n")
+        (DATA / "global.ini").write_text("[param]\ntrace=1\n")
+        tool("reg", "add", KEY, "/v", "kept", "/d", "by others", "/f")
+        self.assertEqual(tool("sc", "start", "VexaFlowS")[0], 0)
+        wait_for(lambda: state() == 4, "a running service")
+
+        self.assertEqual(msiexec("/i", newer), 0)
+        self.assertEqual(state(), 4)
+        calls = [line.split()[0] for line in (HOME / "flowsrv.log").read_text().splitlines()]
+        self.assertEqual(calls, ["start_service_ex", "stop_service_ex", "start_service_ex"], "one after the other")
+        self.assertIn("[param]", (DATA / "global.ini").read_text())
+        (HOME / "flowsrv.cfg").unlink()
+
+        self.assertEqual(msiexec("/x", newer), 0)
+        self.assertEqual(processes(), [])
+        self.assertEqual(state(), 0, "no such service")
+        # What the package didn't bring stays.
+        self.assertEqual(sorted(os.listdir(HOME)), ["flowsrv.dll", "flowsrv.log"])
+        self.assertEqual(sorted(os.listdir(DATA)), ["global.ini", "trace.txt"])
+        values = tool("reg", "query", KEY)[1]
+        self.assertNotIn("install_dir", values)
+        self.assertIn("kept", values)
+        shutil.rmtree(HOME.parent)
+        shutil.rmtree(DATA)
+        tool("reg", "delete", KEY, "/f")
+
+
+class Version(unittest.TestCase):
+    def test_resource(self):
+        data = VFL.read_bytes()
+        numbers = [int(n) for n in VERSION.split(".")] + [0]
+        fixed = b"\xbd\x04\xef\xfe\0\0\1\0" + b"".join(
+            n.to_bytes(2, "little") for n in (numbers[1], numbers[0], numbers[3], numbers[2]))
+        self.assertEqual(data.count(fixed), 1)
+        self.assertIn("ProductVersion\0".encode("utf-16-le"), data)
+        for word in (b'level="asInvoker"', b"longPathAware", b"35138b9a-5d96-4fbd-8e2d-a2440225f93a"):
+            self.assertIn(word, data)
+        self.assertNotIn(b"activeCodePage", data)
+
+
+if __name__ == "__main__":
+    unittest.main()
