@@ -4,6 +4,11 @@ add_library(vfl_options INTERFACE)
 target_include_directories(vfl_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
 target_compile_options(vfl_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
 
+# The headers that drivers and service libraries share with the product. The kit has them under the same name.
+add_library(vfl_contracts INTERFACE)
+add_library(vfl::contracts ALIAS vfl_contracts)
+target_include_directories(vfl_contracts INTERFACE ${PROJECT_SOURCE_DIR}/src)
+
 add_library(vfl_no_globals INTERFACE)
 if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   target_compile_options(vfl_no_globals INTERFACE

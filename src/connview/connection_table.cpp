@@ -4,6 +4,7 @@
 #include "cl/format/value_text.hpp"
 #include "connview/text_table.hpp"
 
+#include <algorithm>
 #include <bit>
 
 namespace vfl {
@@ -77,7 +78,10 @@ std::wstring connection_table(const connection_map& map, std::int64_t now) {
     table.end_row();
     for (const connection_entry& e : map)
         append_row(table, e, now);
-    return table.render(text);
+    table.render(text);
+    // The trace ends a text at its first zero: one in a cell would take the rest of the table away.
+    std::replace(text.begin(), text.end(), L'\0', L' ');
+    return text;
 }
 
 } // namespace vfl

@@ -25,12 +25,6 @@ std::string dump(const std::string& reply, std::uint32_t returned) {
     return hex_dump(reply.data(), static_cast<std::uint32_t>(count), "");
 }
 
-// The trace ends a text at its first zero: one in a cell would take the rest of the table away.
-std::wstring without_zeros(std::wstring text) {
-    std::replace(text.begin(), text.end(), L'\0', L' ');
-    return text;
-}
-
 } // namespace
 
 int run_connection_view(cl::os::device_handle device, bool ever, bool hex, bool time) {
@@ -52,7 +46,7 @@ int run_connection_view(cl::os::device_handle device, bool ever, bool hex, bool 
             // A rejected block leaves the map as it was, and the table shows that once more.
             apply_snapshot(map, reply, false, nullptr);
             if (!map.empty())
-                cl::trace_out(without_zeros(connection_table(map, cl::os::unix_time())));
+                cl::trace_out(connection_table(map, cl::os::unix_time()));
         }
         if (!ever)
             return error != 0 ? 1 : 0;

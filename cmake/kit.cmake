@@ -1,0 +1,29 @@
+# The developer kit: `cmake --install build/windows --component kit --prefix FOLDER`. Headers and static archives for
+# find_package(vfl), the decoder of captured snapshots, and the stand-ins with the decoder's sources as examples.
+include(CMakePackageConfigHelpers)
+set(kit_archives connview driver_channel cl_time cl_trace_list cl_sys cl_file cl_format cl_os)
+
+foreach(header driver/channel/protocol.h host/service_library.h cl/wifi/registry_values.h)
+  cmake_path(GET header PARENT_PATH folder)
+  install(FILES src/${header} DESTINATION include/vfl/${folder} COMPONENT kit)
+endforeach()
+foreach(room connview cl/file cl/format cl/os)
+  install(DIRECTORY src/${room}/ DESTINATION include/vfl/${room} COMPONENT kit
+    FILES_MATCHING PATTERN "*.hpp" PATTERN windows EXCLUDE PATTERN posix EXCLUDE)
+endforeach()
+foreach(archive ${kit_archives})
+  install(TARGETS ${archive} ARCHIVE DESTINATION lib/vfl COMPONENT kit)
+endforeach()
+install(TARGETS snapshot_table RUNTIME DESTINATION bin COMPONENT kit)
+
+configure_package_config_file(packaging/kit/vflConfig.cmake.in generated/vflConfig.cmake
+  INSTALL_DESTINATION lib/cmake/vfl NO_SET_AND_CHECK_MACRO NO_CHECK_REQUIRED_COMPONENTS_MACRO)
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/generated/vflConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_BINARY_DIR}/generated/vflConfig.cmake ${CMAKE_BINARY_DIR}/generated/vflConfigVersion.cmake
+  DESTINATION lib/cmake/vfl COMPONENT kit)
+
+set(examples share/vfl/examples)
+install(FILES packaging/kit/CMakeLists.txt cmake/mingw-w64.cmake DESTINATION ${examples} COMPONENT kit)
+install(DIRECTORY sim/driver sim/service_library tools/snapshot_table DESTINATION ${examples} COMPONENT kit)
+install(FILES LICENSE docs/driver-contract.md docs/service-library.md docs/developer-kit.md DESTINATION share/vfl
+  COMPONENT kit)
