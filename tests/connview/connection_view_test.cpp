@@ -91,68 +91,6 @@ struct connection_view : testing::Test {
     fakes::trace_capture trace;
 };
 
-TEST_F(connection_view, one_pass) {
-    snapshot_builder broken = sample();
-    broken.header.record_count = 1'000'000;
-    const std::string block = sample().build();
-    std::string stamped = block;
-    vfl::put_snapshot_time(stamped, now);
-    const std::string failure = "ioctl_bin_command(0x8000202c) returned error 5, ret=";
-    const struct {
-        const char* name;
-        device::answer answer;
-        bool hex;
-        int result;
-        std::string out, err;
-    } rows[] = {
-        {"table", {0, block}, false, 0, sample_table, ""},
-        {"no connections", {0, snapshot_builder().build()}, false, 0, "", ""},
-        {"closed before it was seen",
-         {0,
-          [] {
-              snapshot_builder b;
-              b.add(1, true);
-              return b.build();
-          }()},
-         false,
-         0,
-         "",
-         ""},
-        {"nothing came back", {0, ""}, true, 0, "", ""},
-        {"rejected block", {0, broken.build()}, false, 0, "", ""},
-        {"dump above the table",
-         {0, block},
-         true,
-         0,
-         vfl::hex_dump(block.data(), static_cast<std::uint32_t>(block.size()), "") + sample_table,
-         ""},
-        {"failure", {5, ""}, false, 1, "error 5\n", failure + "0\n"},
-        {"failure with bytes",
-         {5, "AB", 2},
-         true,
-         1,
-         vfl::hex_dump("AB", 2, "") + "error 5\n",
-         failure + "2\n"},
-        {"failure with a whole block", {5, block}, false, 1, "error 5\n", failure + "0\n"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        trace.out.text.clear();
-        trace.err.text.clear();
-        device::instance().requests.clear();
-        answer({row.answer});
-        EXPECT_EQ(vfl::run_connection_view(7, false, row.hex, false), row.result);
-        EXPECT_EQ(trace.out.text, row.out);
-        EXPECT_EQ(trace.err.text, row.err);
-        ASSERT_EQ(device::instance().requests.size(), 1u);
-        const fakes::device_request& request = device::instance().requests[0];
-        EXPECT_EQ(request.code, 0x8000202Cu);
-        EXPECT_EQ(request.out_size, 0x40000u);
-        EXPECT_EQ(request.in, std::string("\x67\xE6\x09\x6A\1\0\0\0\xFF\xFF\xFF\xFF\5\0\0\0\0\0\0\0", 20));
-        EXPECT_EQ(fakes::clock::slept_ms(), 0u);
-    }
-}
-
 TEST_F(connection_view, reply_grows_and_is_read_whole) {
     // The driver counts fewer bytes than it wrote: the block's own counts decide.
     answer({{122}, {0, sample().build(), 1}});
@@ -166,42 +104,6 @@ TEST_F(connection_view, dump_stops_at_the_end_of_the_buffer) {
     EXPECT_EQ(vfl::run_connection_view(7, false, true, false), 1);
     const std::string zeros(0x40000, '\0');
     EXPECT_EQ(trace.out.text, vfl::hex_dump(zeros.data(), 0x40000, "") + "error 5\n");
-}
-
-TEST_F(connection_view, ever_repeats_and_keeps_what_it_knows) {
-    const auto block = [](bool partial, std::uint64_t id) {
-        snapshot_builder b;
-        if (partial)
-            b.partial();
-        b.add(id).rx_rate = 50;
-        return device::answer{0, b.build()};
-    };
-    answer({block(false, 1), block(true, 2), {31}, {0, "rubbish"}, block(false, 2)});
-    struct stop {};
-    std::vector<std::string> passes;
-    fakes::clock::on_sleep([&](std::uint32_t ms) {
-        EXPECT_EQ(ms, 1000u);
-        fakes::clock::set_unix(now + static_cast<std::int64_t>(passes.size()) + 1);
-        passes.push_back(std::exchange(trace.out.text, ""));
-        if (passes.size() == 5)
-            throw stop();
-    });
-    EXPECT_THROW(vfl::run_connection_view(7, true, false, false), stop);
-    for (const fakes::device_request& r : device::instance().requests)
-        EXPECT_EQ(r.in.substr(12), std::string("\5\0\0\0\1\0\0\0", 8));
-
-    const std::string header =
-        "id prot local  remote hostname l7-prot rx vol tx vol rx cps tx cps time rtt program class data\n";
-    const auto line = [](int id, int cps, int seconds) {
-        return " " + std::to_string(id) + " udp  [::]:0 [::]:0                0      0      0     " +
-               (cps < 10 ? " " : "") + std::to_string(cps) + "      0    " + std::to_string(seconds) +
-               "   0\n";
-    };
-    EXPECT_EQ(passes[0], header + line(1, 50, 0));
-    EXPECT_EQ(passes[1], header + line(1, 50, 1) + line(2, 50, 0));
-    EXPECT_EQ(passes[2], "error 31\n");
-    EXPECT_EQ(passes[3], header + line(1, 50, 3) + line(2, 50, 2));
-    EXPECT_EQ(passes[4], header + line(1, 0, 4) + line(2, 50, 3));
 }
 
 TEST_F(connection_view, age_never_runs_backwards) {

@@ -285,42 +285,6 @@ TEST_F(modes_test, the_handler_reports_and_keeps_what_it_saw) {
     EXPECT_EQ(host::instance().log(), stop_calls + "unload\n") << "the teardown comes after the dispatcher";
 }
 
-TEST_F(modes_test, the_host_at_a_console) {
-    const std::string prompt = "press key to exit \n";
-    const struct {
-        const char* name;
-        host setting;
-        int exit_code;
-        std::string calls, out;
-        std::size_t boxes;
-    } rows[] = {
-        {"in order",
-         {},
-         0,
-         library + "start_service_ex" + token + "key\n" + stop_calls + "unload\n",
-         "start_service()\n" + prompt + "stop_service()\n",
-         0},
-        {"a start that fails waits for the key",
-         {.results = {{"start_service_ex", 0}}},
-         0,
-         library + "start_service_ex" + token + "key\n" + stop_calls + "unload\n",
-         "start_service()\nstart_service reported an error\n" + prompt + "stop_service()\n",
-         0},
-        {"without rights", {.admin = false}, 1, "", "", 1},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        host::instance() = row.setting;
-        said.out.text.clear();
-        EXPECT_EQ(run_mode_of(run_mode::win32, {}), row.exit_code);
-        EXPECT_EQ(host::instance().log(), row.calls);
-        EXPECT_EQ(said.out.text, row.out);
-        EXPECT_EQ(fakes::message_box::shown().size(), row.boxes);
-    }
-    EXPECT_EQ(fakes::message_box::shown().at(0),
-              (fakes::message_box{"You need admin rights for -win32 mode", "vfl.exe", 0, false}));
-}
-
 TEST_F(modes_test, the_game_analyser_is_set_ahead_of_the_start) {
     game_analyzer_requested = true;
     EXPECT_TRUE(start_service());

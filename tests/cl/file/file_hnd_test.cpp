@@ -65,35 +65,6 @@ TEST_F(file_hnd_test, lines_and_their_ends) {
     }
 }
 
-TEST_F(file_hnd_test, the_pushed_back_byte) {
-    disk::put(path, "b\rcd");
-    cl::file_hnd file;
-    ASSERT_TRUE(file.open(path, 0, 64));
-    std::string line;
-    const auto start = [&] {
-        file.seek(0, 0);
-        ASSERT_TRUE(file.read_line(line));
-        ASSERT_EQ(file.eol, 2);
-    };
-    char buf[8] = {};
-    start();
-    EXPECT_EQ(file.tell(), 3) << "one past the byte that was pushed back";
-    EXPECT_EQ(file.read(buf, 0), 0) << "it waits for a read that wants it";
-    EXPECT_EQ(file.read(buf, 8), 2);
-    EXPECT_STREQ(buf, "cd");
-    start();
-    EXPECT_EQ(file.seek(-1, 2), 3);
-    EXPECT_EQ(file.read(buf, 8), 1) << "a seek drops it";
-    start();
-    disk::fail_call(1, 5, file_op::read);
-    EXPECT_EQ(file.read(buf, 8), 1) << "it comes even if the system's read fails";
-    EXPECT_EQ(file.last_error, 0u);
-    disk::fail_call(1, 5, file_op::read);
-    EXPECT_EQ(file.read(buf, 8), -1);
-    EXPECT_EQ(file.last_error, 5u);
-    EXPECT_EQ(file.read(buf, -3), 0);
-}
-
 TEST_F(file_hnd_test, open_and_its_failures) {
     cl::file_hnd file;
     EXPECT_FALSE(file.is_open());
@@ -142,36 +113,6 @@ TEST_F(file_hnd_test, open_and_its_failures) {
     EXPECT_FALSE(file.close());
     EXPECT_FALSE(file.is_open());
     EXPECT_EQ(file.last_error, 6u);
-}
-
-TEST_F(file_hnd_test, ansi_characters) {
-    cl::file_hnd file;
-    ASSERT_TRUE(file.open(path, 0x102, 16));
-    EXPECT_TRUE(file.write_text(std::wstring(L"a\u00E4\u20AC")));
-    EXPECT_TRUE(file.write_text(std::string("x\xE4\0z", 4)));
-    EXPECT_TRUE(file.put_char(L'\u20AC'));
-    EXPECT_TRUE(file.put_char(L'\0')) << "an empty conversion: nothing goes out";
-    EXPECT_TRUE(file.put_char('\xE4'));
-    EXPECT_EQ(disk::bytes(path), std::string("a\xE4\x80x\xE4\0z\x80\xE4", 9));
-    file.seek(0, 0);
-    for (const wchar_t expected : {L'a', L'\u00E4', L'\u20AC', L'x', L'\u00E4'}) {
-        wchar_t c = 0;
-        EXPECT_TRUE(file.get_char(&c));
-        EXPECT_EQ(c, expected);
-    }
-    wchar_t wide = 1;
-    EXPECT_TRUE(file.get_char(&wide));
-    EXPECT_EQ(wide, L'\0');
-    EXPECT_EQ(file.tell(), 5) << "a NUL is not consumed";
-    file.seek(7, 0);
-    EXPECT_TRUE(file.get_char(&wide));
-    EXPECT_TRUE(file.get_char(&wide));
-    EXPECT_EQ(wide, L'\u00E4');
-    EXPECT_FALSE(file.get_char(&wide));
-    char narrow = 0;
-    EXPECT_FALSE(file.get_char(&narrow));
-    disk::cut_write(1);
-    EXPECT_FALSE(file.write_text(std::string("ab"))) << "a short write is a failure";
 }
 
 TEST_F(file_hnd_test, temporary_files) {

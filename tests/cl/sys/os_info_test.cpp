@@ -126,34 +126,6 @@ TEST(os_info, texts) {
     }
 }
 
-TEST(os_info, versions) {
-    struct row {
-        std::uint32_t version;
-        const wchar_t* short_name;
-        bool at_least[4];
-    };
-    const row rows[] = {
-        {600, L"Windows NT", {}},
-        {601, L"Windows 7 (x64)", {true}},
-        {602, L"Windows 8 (x64)", {true, true}},
-        {603, L"Windows 8.1 (x64)", {true, true, true}},
-        {604, L"Windows 10 (x64)", {true, true, true, true}},
-        {1000, L"Windows 10 (x64)", {true, true, true, true}},
-    };
-    for (const row& r : rows) {
-        SCOPED_TRACE(r.version);
-        const cl::os_record os = cl::make_os_record(system_of(r.version, 1));
-        EXPECT_EQ(os.version, r.version);
-        EXPECT_EQ(os.major * 100 + os.minor, r.version);
-        EXPECT_STREQ(os.short_name, r.short_name);
-        const bool got[4] = {os.at_least_601, os.at_least_602, os.at_least_603, os.at_least_604};
-        EXPECT_TRUE(std::equal(got, got + 4, r.at_least));
-        EXPECT_TRUE(os.valid);
-        EXPECT_EQ(os.registry_view, 0x100u);
-        EXPECT_EQ(os.page_size, 4096u);
-    }
-}
-
 TEST(os_info, a_masked_version_and_an_unknown_platform) {
     os_facts f = system_of(1000, 19045, 3);
     f.shown = {6, 0, 6002};

@@ -22,29 +22,6 @@ struct kept_text final : trace_base {
 
 } // namespace
 
-TEST(event, is_reset_by_hand) {
-    event e;
-    EXPECT_TRUE(e.is_valid());
-    EXPECT_FALSE(e.test());
-    e.set();
-    EXPECT_TRUE(e.test());
-    EXPECT_TRUE(e.wait(0));
-    EXPECT_EQ(e.wait(), os::wait_ok);
-    e.reset();
-    EXPECT_FALSE(e.wait(1));
-    std::thread setter([&] { e.set(); });
-    EXPECT_TRUE(e.wait(long_ms));
-    setter.join();
-}
-
-TEST(event, nothing_happens_without_a_handle) {
-    os::set_event(0);
-    os::reset_event(0);
-    os::close_event(0);
-    EXPECT_EQ(os::wait_event(0, 0), os::wait_failed);
-    EXPECT_EQ(os::wait_event(0, os::no_limit), os::wait_failed);
-}
-
 TEST(event, wait_for_objects) {
     constexpr std::size_t limit = os::max_wait_events;
     struct {
@@ -131,39 +108,4 @@ TEST(event_waiter, waits_for_the_signal_whatever_the_time_out) {
     }
     waiter.join();
     EXPECT_TRUE(other.test());
-}
-
-TEST(mutex_auto, leaves_as_often_as_it_entered) {
-    static constinit mutex m;
-    const auto is_free = [] {
-        bool free = false;
-        std::thread([&] {
-            mutex_auto scope(m, false);
-            free = scope.try_lock();
-        }).join();
-        return free;
-    };
-    {
-        const mutex_auto unlocked(m, false);
-        EXPECT_TRUE(is_free());
-    }
-    {
-        mutex_auto outer(m, true);
-        {
-            mutex_auto inner(m, true); // recursive
-            EXPECT_TRUE(inner.try_lock() && inner.locked);
-            inner.lock();
-            inner.unlock();
-            inner.unlock();
-            EXPECT_FALSE(inner.locked);
-            EXPECT_FALSE(is_free());
-            EXPECT_TRUE(inner.try_lock());
-        }
-        EXPECT_FALSE(is_free());
-        outer.unlock();
-        EXPECT_TRUE(is_free());
-        outer.lock();
-        EXPECT_FALSE(is_free());
-    }
-    EXPECT_TRUE(is_free());
 }

@@ -225,19 +225,6 @@ TEST_F(clock_test, the_first_reading_chooses) {
     EXPECT_EQ(m.calls, "+1 -1 ") << "later readings choose nothing";
 }
 
-TEST_F(clock_test, samples_are_taken_at_high_priority_at_an_edge) {
-    m.has_tsc = true;
-    m.tick_step_ms = 16;
-    hrtime_clock clock(fakes::machine_sources, facts);
-    ASSERT_TRUE(clock.select_source(source_tsc));
-    EXPECT_EQ(m.calls, "+1 -1 raise0 back2 raise0 back2 raise0 back2 ");
-    EXPECT_EQ(clock.tick_base, 1016u);
-    EXPECT_EQ(clock.tsc_base, 48000000u);
-    // Edges at 16, 128 (the first behind 116), and 256: the first behind 240, which is the first by 100
-    // ahead.
-    EXPECT_EQ(m.ns, 256000000u);
-}
-
 // The base stays, so the span grows; and a run that isn't the first asks for nothing.
 TEST_F(clock_test, a_later_calibration_lengthens_the_span) {
     halves<1000000000, 989000000>(m);

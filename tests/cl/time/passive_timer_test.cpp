@@ -26,31 +26,6 @@ struct spinning {
 
 } // namespace
 
-TEST(passive_timer, fires_once_or_repeatedly) {
-    passive_timer timer("test");
-    EXPECT_TRUE(timer.ready);
-    EXPECT_EQ(timer.name, "test");
-    timer_handle single{nullptr}, repeated{nullptr};
-    event fired, third;
-    std::atomic<int> calls{0};
-    timer.start(
-        &single, [&] { fired.set(); }, 30, timer_once, false);
-    EXPECT_EQ(single.load(), &timer);
-    timer.start(
-        &repeated,
-        [&] {
-            if (++calls == 3)
-                third.set();
-        },
-        2, 0, false);
-    fired.wait();
-    third.wait();
-    EXPECT_TRUE(stop(&repeated, true, false));
-    timer.flush_sweep(0);
-    EXPECT_EQ(single.load(), nullptr);
-    EXPECT_FALSE(stop(&single, true, false));
-}
-
 // Both ways to wait: on an event, and spinning.
 TEST(passive_timer, a_waiting_stop_returns_after_the_callback) {
     passive_timer blocking("test");
@@ -89,28 +64,6 @@ TEST(passive_timer, a_waiting_stop_returns_after_the_callback) {
         }
 }
 
-TEST(passive_timer, an_event_may_go_after_the_stop_of_its_entry) {
-    passive_timer timer("test");
-    for (int round = 0; round < 200; ++round) {
-        timer_handle key{nullptr};
-        event signal, fired;
-        int calls = 0;
-        timer.start(
-            &key,
-            [&] {
-                ++calls;
-                fired.set();
-            },
-            address(signal), timer_on_event, false);
-        if (round % 2) {
-            signal.set();
-            fired.wait();
-        }
-        EXPECT_TRUE(stop(&key, true, false));
-        EXPECT_EQ(calls, round % 2);
-    }
-}
-
 TEST(passive_timer, a_sweep_is_flushed_through) {
     passive_timer timer("test");
     timer_handle key{nullptr};
@@ -121,24 +74,6 @@ TEST(passive_timer, a_sweep_is_flushed_through) {
         timer.flush_sweep(0);
         ASSERT_EQ(calls, round);
     }
-}
-
-TEST(passive_timer, an_idle_worker_sleeps) {
-    passive_timer timer("test");
-    timer_handle key{nullptr};
-    timer.start(
-        &key, [] {}, 60000, timer_once, false);
-    timer.flush_sweep(0);
-    const auto passes = [&timer] {
-        const mutex_auto scope(timer.lock, true);
-        return timer.passes;
-    };
-    const std::uint32_t before = passes();
-    event never;
-    never.wait(40);
-    EXPECT_LE(passes(), before + 1);
-    timer.flush_sweep(0);
-    EXPECT_GT(passes(), before);
 }
 
 TEST(passive_timer, a_closed_gate_delays) {

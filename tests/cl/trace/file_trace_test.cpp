@@ -133,36 +133,6 @@ TEST(file_trace, stamps_follow_the_clock_and_the_formats) {
     }
 }
 
-TEST(file_trace, a_burst_is_flushed_1001_ms_after_its_first_text) {
-    trace_rig<> r;
-    r.trace.write("early\n", true);
-    r.trace.set_path(r.path);
-    r.pass_time(5000); // nobody has armed the timer
-    EXPECT_FALSE(disk::exists(r.path));
-    r.trace.write("silent\n", false);
-    r.pass_time(5000);
-    EXPECT_FALSE(disk::exists(r.path));
-    r.trace.write("first\n", true);
-    r.pass_time(600);
-    r.trace.write("second\n", true);
-    r.pass_time(400);
-    EXPECT_FALSE(disk::exists(r.path));
-    r.pass_time(1);
-    const std::string burst =
-        stamp + "early\r\n" + stamp + "silent\r\n" + stamp + "first\r\n" + stamp + "second\r\n";
-    EXPECT_EQ(r.log(), burst);
-    EXPECT_EQ(disk::calls(fakes::file_op::write), 1);
-    EXPECT_EQ(disk::open_handles(), 0);
-
-    // An empty text can start a flush of what is there.
-    r.trace.write("quiet\n", false);
-    r.trace.write("", true);
-    r.pass_time(1000);
-    EXPECT_EQ(r.log(), burst);
-    r.pass_time(1);
-    EXPECT_EQ(r.log(), burst + stamp + "quiet\r\n");
-}
-
 TEST(file_trace, what_makes_the_writer_flush_by_itself) {
     const auto run = [](const char* name, const auto& prepare, std::size_t waiting, bool use_host = true) {
         SCOPED_TRACE(name);
@@ -197,106 +167,6 @@ TEST(file_trace, what_makes_the_writer_flush_by_itself) {
     EXPECT_EQ(r.log(), "");
     r.trace.flush(true);
     EXPECT_EQ(r.log(), stamp + "a\r\n");
-}
-
-TEST(file_trace, text_waits_while_the_file_is_in_use_and_is_tried_again) {
-    for (const auto share : {0u, os::share_read, os::share_read | os::share_write}) {
-        SCOPED_TRACE(share);
-        trace_rig<> r;
-        r.trace.set_path(r.path);
-        const int holder = disk::hold(r.path, os::access_read | os::access_write, share);
-        r.trace.write("a\n", true);
-        r.pass_time(1001); // fails
-        r.trace.write("b\n", true);
-        disk::release(holder);
-        const int reader = disk::hold(r.path, os::access_read, os::share_read | os::share_write);
-        r.pass_time(999);
-        EXPECT_EQ(r.log(), "");
-        r.pass_time(1);
-        EXPECT_EQ(r.log(), stamp + "a\r\n" + stamp + "b\r\n");
-        disk::release(reader);
-        disk::erase(r.path);
-        r.trace.write("c\n", true);
-        r.pass_time(1001);
-        EXPECT_EQ(r.log(), stamp + "c\r\n");
-    }
-}
-
-TEST(file_trace, a_disk_that_is_full_keeps_the_rest_in_the_ring) {
-    trace_rig<> r;
-    r.trace.set_path(r.path);
-    r.trace.write("first\nsecond\n", true);
-    disk::set_space(20);
-    r.pass_time(1001);
-    const std::string all = stamp + "first\r\n" + stamp + "second\r\n";
-    EXPECT_EQ(r.log(), all.substr(0, 20));
-    disk::clear_faults();
-    r.pass_time(1); // sooner than when it can't be opened
-    EXPECT_EQ(r.log(), all);
-}
-
-TEST(file_trace, the_oldest_text_goes_when_the_ring_is_full_and_a_mark_shows_it) {
-    for (const bool crlf : {true, false}) {
-        trace_rig<> r;
-        const auto trace = crlf ? std::make_unique<file_trace>(&r.host)
-                                : std::unique_ptr<file_trace>(std::make_unique<line_feed_trace>(&r.host));
-        trace->set_stamps(false, false);
-        trace->set_buffer(4096, 4096, 1 << 20, true);
-        disk::refuse(r.path, os::error_access_denied);
-        trace->set_path(r.path);
-        const char* const ending = crlf ? "\r\n" : "\n";
-        const int size = crlf ? 16 : 15;
-        const int fitting = 4096 / size; // two of 15 bytes less than the ring
-        std::string expected;
-        for (int i = 0; i < fitting + 50; ++i) {
-            const std::string text = lines(i, 1);
-            if (expected.size() + text.size() >= 4096) {
-                expected.erase(0, 1024);
-                expected += crlf ? "\r\nbuffer overflow\r\n" : "\nbuffer overflow\n";
-            }
-            expected += lines(i, 1, ending);
-            trace->write(text.c_str(), true);
-        }
-        disk::clear_faults();
-        trace->flush(true);
-        EXPECT_EQ(r.log(), expected);
-    }
-}
-
-TEST(file_trace, rotation_at_and_around_the_limit) {
-    const struct {
-        const char* name;
-        std::size_t size; // of the log after the flush
-        std::uint64_t limit;
-        const wchar_t* old_path;
-        bool again;
-        bool rotates;
-    } rows[] = {
-        {"at the limit", 160, 160, L"old", true, false},
-        {"one byte more", 161, 160, L"old", true, true},
-        {"a limit of 0", 16, 0, L"old", true, true},
-        {"a limit above 4 GiB", 160, 1ull << 32, L"old", true, false},
-        {"no name for the old", 5000, 0, L"", true, false},
-        {"not again", 161, 160, L"old", false, false},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        const clean_system clean;
-        file_trace trace(nullptr);
-        trace.set_stamps(false, false);
-        disk::put(L"log", std::string(row.size - 16, 'x'));
-        disk::put(L"old", "older");
-        const std::string all = std::string(row.size - 16, 'x') + lines(1, 1, "\r\n");
-        trace.write(lines(1, 1).c_str(), true);
-        trace.set_path(L"log");
-        trace.set_old_path(row.old_path, row.limit);
-        trace.flush(row.again);
-        EXPECT_EQ(disk::exists(L"log"), !row.rotates);
-        EXPECT_EQ(disk::bytes(L"old"), row.rotates ? all : "older");
-        trace.set_old_path(L"", 0);
-        trace.write("next\n", true);
-        EXPECT_EQ(disk::bytes(L"log"), (row.rotates ? "" : all) + "next\r\n");
-    }
 }
 
 TEST(file_trace, a_log_that_cannot_be_renamed_is_deleted) {
@@ -371,44 +241,6 @@ TEST(file_trace, a_failure_at_any_call_loses_nothing) {
     }
 }
 
-TEST(file_trace, discard_and_new_limits) {
-    trace_rig<> r;
-    r.trace.set_stamps(false, false);
-    r.trace.write("kept\n", true);
-    r.trace.discard(false);
-    r.trace.set_path(r.path);
-    r.trace.flush(true);
-    EXPECT_EQ(r.log(), "kept\r\n");
-    r.trace.write("gone\n", true);
-    r.trace.discard(true);
-    r.trace.flush(true);
-    EXPECT_EQ(r.log(), "kept\r\n");
-    r.trace.discard(false);
-    r.trace.write("after\n", true);
-    r.trace.flush(true);
-    EXPECT_EQ(r.log(), "kept\r\nafter\r\n");
-
-    // A ring of 4096 bytes takes no 100 KB; one that starts at 128 KiB does, and once it is empty it can
-    // shrink.
-    const std::string large(100000, 'x');
-    r.trace.set_buffer(0x20000, 0x20000, 1 << 20, true);
-    r.trace.write(large.c_str(), false);
-    r.trace.set_buffer(4096, 8192, 1 << 20, true); // it isn't empty
-    r.trace.write("!", false);
-    r.trace.flush(true);
-    EXPECT_EQ(r.log(), "kept\r\nafter\r\n" + large + "!");
-    r.trace.set_buffer(4096, 8192, 1 << 20, true);
-    r.trace.write((large + "\n").c_str(), false);
-    r.trace.flush(true);
-    // The text is cut where the ring ends: 4096 bytes with the mark.
-    EXPECT_EQ(r.log().substr(13 + 100001), ("\r\nbuffer overflow\r\n" + large).substr(0, 4096));
-
-    r.trace.set_buffer(4096, 0, 1024, false);
-    r.trace.write("ignored\n", true);
-    r.trace.flush(true);
-    EXPECT_EQ(r.log().size(), 13 + 100001 + 4096u);
-}
-
 TEST(file_trace, the_end_of_the_process) {
     trace_rig<> r;
     const auto log = [&] { return r.log() + r.old_log(); };
@@ -447,33 +279,4 @@ TEST(file_trace, the_end_of_the_process) {
     }
     EXPECT_EQ(disk::bytes(L"third"), stamp + "d\r\n");
     EXPECT_EQ(disk::open_handles(), 0);
-}
-
-TEST(file_trace, hooks_around_a_flush_and_an_object_that_ends_in_its_own_flusher) {
-    struct self_ending : file_trace {
-        self_ending(passive_timer* host, bool& flag) : file_trace(host), gone(flag) {}
-        ~self_ending() override {
-            shut_down();
-            gone = true;
-        }
-        void flush(bool again) override {
-            file_trace::flush(again);
-            if (again)
-                delete this;
-        }
-        void on_open(mutex_auto& guard, file_hnd& file) override {
-            file_trace::on_open(guard, file);
-            file.write_text(std::string("<"));
-        }
-        void on_close(mutex_auto&, file_hnd& file) override { file.write_text(std::string(">")); }
-        bool& gone;
-    };
-    trace_rig<> r;
-    bool gone = false;
-    auto* const trace = new self_ending(&r.host, gone);
-    trace->set_path(r.path);
-    trace->write("a\n", true);
-    r.pass_time(1001);
-    EXPECT_TRUE(gone);
-    EXPECT_EQ(r.log(), "<" + stamp + "a\r\n>");
 }

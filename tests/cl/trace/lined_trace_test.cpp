@@ -82,34 +82,6 @@ TEST(lined_trace, the_name_stands_in_front_of_each_line) {
     EXPECT_EQ(small.lines, texts{"net: \xC3\xBC\n"});
 }
 
-TEST(lined_trace, pieces_give_the_same_lines_as_the_whole) {
-    std::mt19937 random(1);
-    for (int round = 0; round < 200; ++round) {
-        SCOPED_TRACE(round);
-        std::string text;
-        texts expected;
-        for (int i = 0; i < 10; ++i) {
-            std::size_t n = random() % (i % 3 ? 40 : 1000);
-            if (n % 254 == 253 || (n != 0 && n % 254 == 0))
-                n += 2; // a break at the line's true ending depends on the calls
-            std::string line(n, ' ');
-            for (char& c : line)
-                c = static_cast<char>('a' + random() % 26);
-            text += line + (random() % 2 ? "\r\n" : "\n");
-            for (; line.size() > 254; line.erase(0, 254))
-                expected.push_back(line.substr(0, 254) + "\n");
-            expected.push_back(line + "\n");
-        }
-        kept_lines sink;
-        for (std::size_t at = 0; at < text.size();) {
-            const std::size_t n = 1 + random() % (round % 2 ? 5 : 500);
-            sink.write(text.substr(at, n).c_str(), true);
-            at += n;
-        }
-        EXPECT_EQ(sink.lines, expected);
-    }
-}
-
 TEST(debug_trace, a_partial_line_goes_out_at_the_end) {
     fakes::debugger::narrow().clear();
     {
