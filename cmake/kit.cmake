@@ -23,7 +23,7 @@ install(FILES ${CMAKE_BINARY_DIR}/generated/vflConfig.cmake ${CMAKE_BINARY_DIR}/
   DESTINATION lib/cmake/vfl COMPONENT kit)
 
 set(examples share/vfl/examples)
-install(FILES packaging/kit/CMakeLists.txt cmake/mingw-w64.cmake DESTINATION ${examples} COMPONENT kit)
+install(FILES packaging/kit/CMakeLists.txt cmake/mingw-w64.cmake sim/beside_library.h DESTINATION ${examples} COMPONENT kit)
 install(DIRECTORY sim/driver sim/service_library tools/snapshot_table DESTINATION ${examples} COMPONENT kit)
 install(FILES LICENSE docs/driver-contract.md docs/service-library.md docs/developer-kit.md DESTINATION share/vfl
   COMPONENT kit)

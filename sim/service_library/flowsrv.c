@@ -1,9 +1,8 @@
 /* Stand-in for the service library. It writes every call with its arguments to "flowsrv.log" and answers as
-   "flowsrv.cfg" tells, both in the folder that it was loaded from. The configuration has lines NAME=NUMBER:
-     start_service_ex, stop_service_ex, calibrate_burst, calibrate_file, install_driver_ex,
-   uninstall_driver_ex what the function returns (1 for the first, 0 for the others) NAME.delay milliseconds
-   that the function takes; every export has one It is read at each call. Built with LEAVE_OUT_<name> the
-   library lacks that export. */
+   "flowsrv.cfg" tells, both in the folder that it was loaded from. A line NAME=NUMBER there is what the
+   function returns (by default 1 for start_service_ex, and 0 for the others), a line NAME.delay=NUMBER the
+   milliseconds that it takes. Built with LEAVE_OUT_<name> the library lacks that export. */
+#include "../beside_library.h"
 #include "host/service_library.h"
 
 #include <stdio.h>
@@ -13,45 +12,7 @@
 
 #define EXPORT __declspec(dllexport)
 
-static HMODULE own_module;
 static SRWLOCK log_lock = SRWLOCK_INIT;
-
-BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID reserved);
-BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID reserved) {
-    (void)reserved;
-    if (reason == DLL_PROCESS_ATTACH)
-        own_module = module;
-    return TRUE;
-}
-
-/* A file beside the library, or INVALID_HANDLE_VALUE. */
-static HANDLE open_beside(const wchar_t* name, DWORD access, DWORD disposition) {
-    wchar_t path[MAX_PATH + 32];
-    const DWORD n = GetModuleFileNameW(own_module, path, MAX_PATH);
-    wchar_t* slash = path + n;
-    while (slash > path && slash[-1] != L'\\' && slash[-1] != L'/')
-        --slash;
-    wcscpy(slash, name);
-    return CreateFileW(path, access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, NULL,
-                       disposition, FILE_ATTRIBUTE_NORMAL, NULL);
-}
-
-/* The number behind "key=" at the start of a line of the configuration. */
-static uint32_t configured(const char* key, uint32_t otherwise) {
-    char text[4096];
-    DWORD n = 0;
-    const HANDLE file = open_beside(L"flowsrv.cfg", GENERIC_READ, OPEN_EXISTING);
-    if (file == INVALID_HANDLE_VALUE)
-        return otherwise;
-    ReadFile(file, text, sizeof text - 1, &n, NULL);
-    CloseHandle(file);
-    text[n] = 0;
-    const size_t length = strlen(key);
-    for (const char* line = text; line; line = strchr(line, '\n') ? strchr(line, '\n') + 1 : NULL)
-        if (strncmp(line, key, length) == 0 && line[length] == '=')
-            return (uint32_t)strtoul(line + length + 1, NULL, 0);
-    return otherwise;
-}
 
 static void put(HANDLE file, const char* text) {
     DWORD written;
@@ -80,7 +41,7 @@ static void put_wide(HANDLE file, const wchar_t* text) {
 static uint32_t answer(const char* name, uint32_t otherwise, const wchar_t* const* texts, int32_t count,
                        uint64_t token) {
     char text[80];
-    const uint32_t result = configured(name, otherwise);
+    const uint32_t result = configured_in(L"flowsrv.cfg", name, otherwise);
     AcquireSRWLockExclusive(&log_lock);
     const HANDLE file = open_beside(L"flowsrv.log", FILE_APPEND_DATA, OPEN_ALWAYS);
     if (file != INVALID_HANDLE_VALUE) {
@@ -99,7 +60,7 @@ static uint32_t answer(const char* name, uint32_t otherwise, const wchar_t* cons
     }
     ReleaseSRWLockExclusive(&log_lock);
     snprintf(text, sizeof text, "%s.delay", name);
-    Sleep(configured(text, 0));
+    Sleep(configured_in(L"flowsrv.cfg", text, 0));
     return result;
 }
 

@@ -3,14 +3,7 @@
 #ifndef SIM_WLAN_ANSWERS_H
 #define SIM_WLAN_ANSWERS_H
 
-#include <stdint.h>
-#include <windows.h>
-
-/* Set when the library is loaded. */
-extern HMODULE own_module;
-
-/* A file beside the library, or INVALID_HANDLE_VALUE. */
-HANDLE open_beside(const wchar_t* name, DWORD access, DWORD disposition);
+#include "../beside_library.h"
 
 /* The number behind "key=" at the start of a line of "wlanapi.cfg", read anew each time. */
 uint32_t configured(const char* key, uint32_t otherwise);

@@ -24,14 +24,6 @@ typedef struct block {
     unsigned char data[];
 } block;
 
-BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID reserved);
-BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID reserved) {
-    (void)reserved;
-    if (reason == DLL_PROCESS_ATTACH)
-        own_module = module;
-    return TRUE;
-}
-
 static uint32_t client_error(vfl_wlan_client client) {
     return client && client <= client_limit && clients[client - 1] ? 0 : bad_handle;
 }
