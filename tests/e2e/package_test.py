@@ -6,7 +6,7 @@ import unittest
 import zipfile
 
 from harness import BUILD, ROOT, VFL, windows_path
-from service_test import DATA, LIBRARY, PREFIX, log, processes, state, tool, wait_for
+from service_test import DATA, LIBRARY, PREFIX, log, processes, start, state, tool, wait_for
 
 PACKAGES = ROOT / "build/packages"
 HOME = PREFIX / "drive_c/Program Files/Vexa/VexaFlow"
@@ -80,7 +80,7 @@ class Packages(unittest.TestCase):
         (HOME / "flowsrv.cfg").write_text("stop_service_ex.delay=8000\n")
         (DATA / "global.ini").write_text("[param]\ntrace=1\n")
         tool("reg", "add", KEY, "/v", "kept", "/d", "by others", "/f")
-        self.assertEqual(tool("sc", "start", "VexaFlowS")[0], 0)
+        start()
         wait_for(lambda: state() == 4, "a running service")
 
         self.assertEqual(msiexec("/i", newer), 0)

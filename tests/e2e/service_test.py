@@ -53,6 +53,11 @@ def wait_for(condition, what):
         time.sleep(0.05)
 
 
+def start():
+    """The manager refuses until it has seen the end of an earlier process, which no state shows."""
+    wait_for(lambda: tool("sc", "start", "VexaFlowS")[0] == 0, "a start that is accepted")
+
+
 def calls():
     path = HOME / "flowsrv.log"
     return path.read_text(encoding="utf-8").splitlines() if path.exists() else []
@@ -101,7 +106,7 @@ class Service(unittest.TestCase):
         shutil.copy(LIBRARY, HOME)
 
     def start(self):
-        self.assertEqual(tool("sc", "start", "VexaFlowS")[0], 0)
+        start()
         wait_for(lambda: state() == 4, "a running service")
 
     def stop(self):
@@ -146,7 +151,7 @@ class Service(unittest.TestCase):
 
     def test_stop_during_a_slow_start(self):
         configure("start_service_ex.delay=4000\n")
-        self.assertEqual(tool("sc", "start", "VexaFlowS")[0], 0)
+        start()
         wait_for(lambda: len(calls()) == 1, "a start that has begun")
         self.assertEqual(state(), 2)
         self.stop()
