@@ -43,7 +43,10 @@ bool set_cursor(stream_handle handle, std::int16_t x, std::int16_t y) {
 bool write_console(stream_handle handle, const wchar_t* text, std::size_t n) {
     while (n > 0) {
         DWORD written = 0;
-        const auto piece = static_cast<DWORD>(std::min(n, console_piece_chars));
+        auto piece = static_cast<DWORD>(std::min(n, console_piece_chars));
+        // The halves of a character stay together.
+        if (piece < n && IS_HIGH_SURROGATE(text[piece - 1]))
+            --piece;
         if (!WriteConsoleW(native(handle), text, piece, &written, nullptr) || written == 0)
             return false;
         text += written;

@@ -4,6 +4,20 @@
 
 namespace cl::os {
 
+namespace {
+
+// A request that can't be waited for by its event must still not write into memory that its caller gives up.
+// Keeps the last error.
+void abandon(HANDLE device, OVERLAPPED& request) {
+    const DWORD error = GetLastError();
+    DWORD ignored = 0;
+    CancelIoEx(device, &request);
+    GetOverlappedResult(device, &request, &ignored, TRUE);
+    SetLastError(error);
+}
+
+} // namespace
+
 device_handle open_device(const wchar_t* path) {
     return reinterpret_cast<device_handle>(
         CreateFileW(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
@@ -28,9 +42,12 @@ std::uint32_t control_device(device_handle device, std::uint32_t code, const voi
         ok = GetOverlappedResult(handle, &overlapped, &count, FALSE);
     } else {
         ok = FALSE;
-        if (GetLastError() == ERROR_IO_PENDING &&
-            WaitForSingleObject(overlapped.hEvent, INFINITE) == WAIT_OBJECT_0)
-            ok = GetOverlappedResult(handle, &overlapped, &count, FALSE);
+        if (GetLastError() == ERROR_IO_PENDING) {
+            if (WaitForSingleObject(overlapped.hEvent, INFINITE) == WAIT_OBJECT_0)
+                ok = GetOverlappedResult(handle, &overlapped, &count, FALSE);
+            else
+                abandon(handle, overlapped);
+        }
     }
     const DWORD error = ok ? 0 : GetLastError();
     returned = count;
