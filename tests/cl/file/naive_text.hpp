@@ -36,19 +36,14 @@ struct naive_text {
     std::int64_t seek(std::int64_t offset, int origin) {
         pushback = -1;
         const std::int64_t to = offset + (origin == 0 ? mark : origin == 1 ? pos : size());
-        if (to < 0)
-            return -1;
-        pos = to;
-        return pos - mark;
+        return to < 0 ? -1 : (pos = to) - mark;
     }
     // The value of n bytes, -1 if they aren't there.
     std::int64_t number(int n, bool big) {
         std::int64_t value = 0;
-        for (int i = 0; i < n; ++i) {
+        for (int i = 0; i < n && value >= 0; ++i) {
             const std::int64_t b = byte();
-            if (b < 0)
-                return -1;
-            value = big ? value * 256 + b : value + (b << 8 * i);
+            value = b < 0 ? -1 : big ? value * 256 + b : value + (b << 8 * i);
         }
         return value;
     }
@@ -127,6 +122,10 @@ struct naive_text {
                 out += c;
         }
         return !out.empty();
+    }
+    void put(const std::wstring& text) {
+        for (const wchar_t c : text)
+            put(c);
     }
     void put(wchar_t c) {
         std::int64_t code = c;

@@ -2,89 +2,63 @@
 #include "cl/format/value_text.hpp"
 
 #include <gtest/gtest.h>
-#include <limits>
-
-namespace {
-
-cl::ip6_addr address(const std::uint16_t (&groups)[8]) {
-    cl::ip6_addr a;
-    for (int i = 0; i < 8; ++i) {
-        a.bytes[2 * i] = static_cast<std::uint8_t>(groups[i] >> 8);
-        a.bytes[2 * i + 1] = static_cast<std::uint8_t>(groups[i]);
-    }
-    return a;
-}
-
-} // namespace
+#include <sstream>
 
 TEST(value_text, addresses) {
     const struct {
-        std::uint16_t groups[8];
-        const char *plain, *bracketed, *full;
+        std::string full, plain;
     } rows[] = {
-        {{0x2001, 0xdb8, 0, 0, 1, 0, 0, 1},
-         "2001:db8::1:0:0:1",
-         "[2001:db8::1:0:0:1]",
-         "2001:db8:0:0:1:0:0:1"},
-        {{1, 2, 3, 4, 5, 6, 7, 0}, "1:2:3:4:5:6:7::", "[1:2:3:4:5:6:7::]", "1:2:3:4:5:6:7:0"},
-        {{0, 2, 3, 4, 5, 6, 7, 8}, "::2:3:4:5:6:7:8", "[::2:3:4:5:6:7:8]", "0:2:3:4:5:6:7:8"},
-        {{1, 2, 0, 4, 5, 6, 7, 8}, "1:2::4:5:6:7:8", "[1:2::4:5:6:7:8]", "1:2:0:4:5:6:7:8"},
-        {{1, 0, 2, 0, 0, 3, 0, 0}, "1:0:2::3:0:0", "[1:0:2::3:0:0]", "1:0:2:0:0:3:0:0"},
-        {{0, 0, 0, 0, 0, 0, 0, 1}, "::1", "[::1]", "0:0:0:0:0:0:0:1"},
-        {{1, 0, 0, 0, 0, 0, 0, 0}, "1::", "[1::]", "1:0:0:0:0:0:0:0"},
-        {{1, 0, 0, 0, 0, 0, 0, 2}, "1::2", "[1::2]", "1:0:0:0:0:0:0:2"},
-        {{0, 0, 0, 0, 0, 0, 0, 0}, "::", "[::]", "0:0:0:0:0:0:0:0"},
-        {{1, 2, 3, 4, 5, 6, 7, 8}, "1:2:3:4:5:6:7:8", "[1:2:3:4:5:6:7:8]", "1:2:3:4:5:6:7:8"},
-        {{0, 0, 0, 0, 0, 0xffff, 0x0102, 0x03ff}, "1.2.3.255", "1.2.3.255", "1.2.3.255"},
-        {{0, 0, 0, 0, 0, 0xfffe, 0x0102, 0x0304},
-         "::fffe:102:304",
-         "[::fffe:102:304]",
-         "0:0:0:0:0:fffe:102:304"},
-        {{0xffff, 0xffff, 0xffff, 0xffff, 0xffff, 0xffff, 0xffff, 0xffff},
-         "ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff",
-         "[ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff]",
-         "ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff"},
+        {"2001:db8:0:0:1:0:0:1", "2001:db8::1:0:0:1"},
+        {"1:2:3:4:5:6:7:0", "1:2:3:4:5:6:7::"},
+        {"0:2:3:4:5:6:7:8", "::2:3:4:5:6:7:8"},
+        {"1:2:0:4:5:6:7:8", "1:2::4:5:6:7:8"},
+        {"1:0:2:0:0:3:0:0", "1:0:2::3:0:0"},
+        {"0:0:0:0:0:0:0:1", "::1"},
+        {"1:0:0:0:0:0:0:2", "1::2"},
+        {"0:0:0:0:0:0:0:0", "::"},
+        {"1:2:3:4:5:6:7:8", "1:2:3:4:5:6:7:8"},
+        {"0:0:0:0:0:ffff:102:3ff", "1.2.3.255"},
+        {"0:0:0:0:0:fffe:102:304", "::fffe:102:304"},
+        {"0:0:0:0:0:ff:102:304", "::ff:102:304"},
+        {"100:0:0:0:0:ffff:102:304", "100::ffff:102:304"},
+        {"ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff", "ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.plain);
-        const cl::ip6_addr a = address(row.groups);
+        cl::ip6_addr a;
+        std::istringstream groups(row.full);
+        std::string group;
+        for (std::uint8_t* to = a.bytes; std::getline(groups, group, ':'); to += 2) {
+            to[0] = static_cast<std::uint8_t>(std::stoul(group, nullptr, 16) >> 8);
+            to[1] = static_cast<std::uint8_t>(std::stoul(group, nullptr, 16));
+        }
+        const bool mapped = row.plain.find('.') != std::string::npos;
+        const std::string full = mapped ? row.plain : row.full;
+        const std::string bracketed = mapped ? row.plain : "[" + row.plain + "]";
         EXPECT_EQ(cl::address_text(a, false, false), row.plain);
-        EXPECT_EQ(cl::address_text(a, true, false), row.bracketed);
-        EXPECT_EQ(cl::address_text(a, false, true), row.full);
-        EXPECT_EQ((cl::basic_format<char>("%?|%#?|%0?") << a << a << a).str(),
-                  std::string(row.plain) + "|" + row.bracketed + "|" + row.full);
+        EXPECT_EQ(cl::address_text(a, true, false), bracketed);
+        EXPECT_EQ(cl::address_text(a, false, true), full);
+        EXPECT_EQ((cl::basic_format<char>("%?|%#?:%?|%0?|%40?|%.2?") << a << a << 80 << a << a << a).str(),
+                  row.plain + "|" + bracketed + ":80|" + full + "|" +
+                      std::string(40 - row.plain.size(), ' ') + row.plain + "|" + row.plain.substr(0, 2));
     }
-    const cl::ip6_addr loopback = address({0, 0, 0, 0, 0, 0, 0, 1});
-    EXPECT_EQ(
-        (cl::basic_format<char>("%#?:%?|%6?|%-6?|%.2?") << loopback << 80 << loopback << loopback << loopback)
-            .str(),
-        "[::1]:80|   ::1|::1   |::");
 }
 
-TEST(value_text, hardware_addresses_and_guids) {
+TEST(value_text, other_values) {
     const cl::mac_addr mac{{0x00, 0x11, 0x2a, 0x33, 0x44, 0xff}};
     EXPECT_EQ(cl::mac_text(mac.bytes, false), "00:11:2a:33:44:ff");
-    EXPECT_EQ(cl::mac_text(mac.bytes, true), "00-11-2a-33-44-ff");
-    EXPECT_EQ((cl::basic_format<char>("%? %#?") << mac << mac).str(), "00:11:2a:33:44:ff 00-11-2a-33-44-ff");
     const cl::guid id{0xABC, 0x1, 0xF00D, {0xDE, 0xAD, 0, 1, 2, 3, 4, 0xEF}};
-    EXPECT_EQ(cl::guid_text(id), "00000abc-0001-f00d-dead-0001020304ef");
-    EXPECT_EQ((cl::basic_format<char>("{%?}") << id).str(), "{00000abc-0001-f00d-dead-0001020304ef}");
-}
-
-TEST(value_text, durations) {
+    EXPECT_EQ((cl::basic_format<char>("%? %#? {%?}") << mac << mac << id).str(),
+              "00:11:2a:33:44:ff 00-11-2a-33-44-ff {00000abc-0001-f00d-dead-0001020304ef}");
     const struct {
         std::uint64_t value;
         std::uint32_t unit;
         const char* text;
-    } rows[] = {
+    } durations[] = {
         {0, cl::unit_seconds, "0"},
-        {5, cl::unit_seconds, "5"},
         {60, cl::unit_seconds, "1:00"},
-        {65, cl::unit_seconds, "1:05"},
-        {600, cl::unit_seconds, "10:00"},
         {3599, cl::unit_seconds, "59:59"},
         {3600, cl::unit_seconds, "1:00:00"},
-        {3665, cl::unit_seconds, "1:01:05"},
         {1500, cl::unit_milliseconds, "1.500"},
         {61'000'005, cl::unit_microseconds, "1:01.000005"},
         {7, cl::unit_nanoseconds, "0.000000007"},
@@ -92,14 +66,12 @@ TEST(value_text, durations) {
         {1'000'000, cl::unit_milliseconds | cl::unit_microseconds, "1.000000"},
         {1'000'000'000, cl::unit_microseconds | cl::unit_nanoseconds, "1.000000000"},
         {9, 8, "9"},
-        {std::numeric_limits<std::uint64_t>::max(), cl::unit_seconds, "5124095576030431:00:15"},
-        {std::numeric_limits<std::uint64_t>::max(), cl::unit_nanoseconds, "5124095:34:33.709551615"},
+        {UINT64_MAX, cl::unit_seconds, "5124095576030431:00:15"},
+        {UINT64_MAX, cl::unit_nanoseconds, "5124095:34:33.709551615"},
     };
-    for (const auto& row : rows)
+    for (const auto& row : durations)
         EXPECT_EQ(cl::duration_text(row.value, row.unit), row.text) << row.value << " in " << row.unit;
-}
 
-TEST(value_text, json_tokens) {
     cl::jctrl<'{', 5> open;
     const cl::jformatter& token = open;
     EXPECT_EQ(token.kind(), 5);

@@ -14,7 +14,6 @@ TEST(seed_text, addresses_of_real_adapters) {
         {{24, good, "Loopback"}, ""},
         {{6, {0x00, 0x11, 0x22, 0x33, 0x44}, "five bytes"}, ""},
         {{6, {0x00, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77}, "eight bytes"}, ""},
-        {{6, {}, "none"}, ""},
         {{6, {0, 0, 0, 0, 0, 0}, ""}, ""},
         {{6, {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}, ""}, ""},
         {{6, {0x33, 0x33, 0, 0, 0, 1}, ""}, ""},
@@ -84,9 +83,7 @@ TEST(seed_text, the_twister_depends_on_all_of_the_text) {
         cl::seed_twister(first, text);
         cl::seed_twister(again, text);
         cl::seed_twister(other, std::string(text) + '!');
-        EXPECT_EQ(first, again);
-        EXPECT_NE(first, other);
-        EXPECT_NE(first, std::mt19937());
+        EXPECT_TRUE(first == again && first != other && first != std::mt19937()) << text;
     }
 }
 
