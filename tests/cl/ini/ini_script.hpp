@@ -4,71 +4,38 @@
 
 #include "cl/ini/naive_cache.hpp"
 
-#include <cstdint>
 #include <functional>
 #include <initializer_list>
-#include <random>
-#include <string>
-#include <vector>
 
 namespace ini_script {
 
-// One byte is one code unit.
-inline std::wstring wide(const std::string& s) {
-    std::wstring w;
-    for (const char c : s)
-        w += static_cast<wchar_t>(static_cast<unsigned char>(c));
-    return w;
-}
-inline std::string narrow(const std::wstring& w) {
-    std::string s;
-    for (const wchar_t c : w)
-        s += static_cast<char>(c);
-    return s;
-}
-template <class Out, class In, class Convert>
-std::vector<Out> each(const std::vector<In>& in, Convert convert) {
-    std::vector<Out> out;
-    for (const In& x : in)
-        out.push_back(convert(x));
-    return out;
-}
-inline std::vector<std::wstring> wide(const naive::text& t) {
-    return each<std::wstring>(t, [](const std::string& s) { return wide(s); });
-}
+using naive::string, naive::text;
 
 // Cuts at line feeds; a last line without one counts.
-inline naive::text lines_of(const std::string& s) {
-    naive::text lines;
-    for (std::size_t at = 0; at < s.size();) {
-        const std::size_t end = std::min(s.find('\n', at), s.size());
+inline text lines_of(const string& s) {
+    text lines;
+    for (std::size_t at = 0, end = 0; at < s.size(); at = end + 1) {
+        end = std::min(s.find('\n', at), s.size());
         lines.push_back(s.substr(at, end - at));
-        at = end + 1;
     }
     return lines;
 }
 
 struct edit {
     enum kind { write_value, delete_value, write_section, delete_section } what;
-    std::string section, key, value;
-    naive::text lines;
+    string section, key, value;
+    text lines;
 
-    // Both answer whether a flush is to be scheduled; a real ini_file always succeeds instead.
-    bool apply(naive::cache& cache) const {
-        if (what == write_value)
-            cache.write_value(section, key, value);
-        else if (what == write_section)
-            cache.write_section(section, lines);
-        return what == delete_value     ? cache.delete_value(section, key)
-               : what == delete_section ? cache.delete_section(section)
-                                        : true;
-    }
+    static edit set(string s, string k, string v) { return {write_value, s, k, v, {}}; }
+    static edit drop(string s, string k) { return {delete_value, s, k, {}, {}}; }
+    static edit replace(string s, text t) { return {write_section, s, {}, {}, t}; }
+    static edit remove(string s) { return {delete_section, s, {}, {}, {}}; }
     template <class Ini>
-    bool apply(Ini& ini, bool schedule) const {
-        return what == write_value     ? ini.write_value(wide(section), wide(key), wide(value), schedule)
-               : what == delete_value  ? ini.delete_value(wide(section), wide(key))
-               : what == write_section ? ini.write_section(wide(section), wide(lines))
-                                       : ini.delete_section(wide(section));
+    bool apply(Ini& ini, bool schedule = true) const {
+        return what == write_value     ? ini.write_value(section, key, value, schedule)
+               : what == delete_value  ? ini.delete_value(section, key)
+               : what == write_section ? ini.write_section(section, lines)
+                                       : ini.delete_section(section);
     }
 };
 
@@ -77,145 +44,70 @@ struct edit {
 struct generator {
     std::function<unsigned(unsigned limit)> below;
 
-    std::string pick(std::initializer_list<const char*> of) const {
+    string pick(std::initializer_list<const wchar_t*> of) const {
         return of.begin()[below(static_cast<unsigned>(of.size()))];
     }
-    std::string section() const { return pick({"a", "A", " a\t", "b", "bb", "", "c x", "B"}); }
-    std::string key() const { return pick({"k", "K", " k", "l", "m", "", "k\tk", "k k", "n", ";c"}); }
-    std::string value() const { return pick({"", "1", "2", " 3 ", "v=w", "4;", "[5]", "6\t6", "7"}); }
-    std::string line() const {
+    string section() const { return pick({L"a", L"A", L" a\t", L"b", L"bb", L"", L"c x", L"B"}); }
+    string key() const { return pick({L"k", L"K", L" k", L"l", L"m", L"", L"k\tk", L"k k", L"n", L";c"}); }
+    string value() const { return pick({L"", L"1", L"2", L" 3 ", L"v=w", L"4;", L"[5]", L"6\t6", L"7"}); }
+    string line() const {
         switch (below(8)) {
         case 0:
-            return pick({"", "  ", "; comment ", "\t;k=1", "other ", "=5", "[]"});
+            return pick({L"", L"  ", L"; comment ", L"\t;k=1", L"other ", L"=5", L" \t=6", L"[]"});
         case 1:
-            return pick({"", " "}) + "[" + section() + pick({"]", "] tail", "", "]k=1"});
+            return pick({L"", L" "}) + L"[" + section() + pick({L"]", L"] tail", L"", L"]k=1"});
         case 2:
-            return " " + key() + " = " + value() + " ";
+            return L" " + key() + L" = " + value() + L" ";
         default:
-            return key() + "=" + value();
+            return key() + L"=" + value();
         }
     }
-    naive::text text(unsigned most) const {
-        naive::text t(below(most + 1));
-        for (std::string& s : t)
-            s = below(4) ? line() : pick({"[a]", "[b]", "[A]", "", "[c x]"});
+    text lines(unsigned most) const {
+        text t(below(most + 1));
+        for (string& s : t)
+            s = below(4) ? line() : pick({L"[a]", L"[b]", L"[A]", L"", L"[c x]"});
         return t;
     }
     edit next_edit() const {
         const unsigned k = below(10);
-        edit e{k < 5   ? edit::write_value
-               : k < 8 ? edit::delete_value
-               : k < 9 ? edit::write_section
-                       : edit::delete_section,
-               section(),
-               key(),
-               value(),
-               {}};
-        if (e.what == edit::write_section)
-            e.lines = text(4);
+        const auto what = k < 5   ? edit::write_value
+                          : k < 8 ? edit::delete_value
+                          : k < 9 ? edit::write_section
+                                  : edit::delete_section;
+        edit e{what, section(), key(), value(), {}};
+        if (what == edit::write_section)
+            e.lines = lines(4);
         return e;
     }
 };
 
-inline generator random_generator(std::mt19937& engine) {
-    return {[&engine](unsigned limit) { return static_cast<unsigned>(engine() % limit); }};
-}
-
-// All that the lookups show, as one text: of the naive cache, and of a real one by its plain slots.
-struct view {
-    std::string text;
-
-    void add(const char* what, const std::string& name, bool found, const naive::text& lines) {
-        text += std::string(what) + "(" + name + ")" + (found ? "" : " none");
-        for (const std::string& line : lines)
-            text += " <" + line + ">";
-        text += "\n";
-    }
-    template <class Look>
-    void add_all(Look look) {
-        look.names(*this);
-        for (const char* section : {"a", " B", "bb", "", "c x", "zz"})
-            look.section(*this, section);
-        for (const char* section : {" A", "", "zz"})
-            for (const char* key : {"k ", "L", "", "k k", "k\tk", "zz"})
-                look.value(*this, section, key);
-    }
-};
-
-struct naive_look {
-    naive::cache& cache;
-
-    void names(view& v) const {
-        naive::text names;
-        for (const naive::section& s : cache.sections)
-            if (!s.deleted)
-                names.push_back(s.name);
-        v.add("names", "", true, names);
-    }
-    void section(view& v, const std::string& name) const {
-        const naive::section* const s = cache.find(name);
-        v.add("exists", name, s != nullptr, {});
-        naive::text lines[4], pairs;
-        for (std::size_t i = 0; s && i < s->entries.size(); ++i) {
-            const naive::entry& e = s->entries[i];
-            for (unsigned flags = 0; flags < 4 && !e.deleted; ++flags)
-                if (!e.raw || (flags & (e.value.starts_with(";") ? 1U : 2U)))
-                    lines[flags].push_back(e.line());
-            if (!e.deleted && !e.raw)
-                pairs.push_back(e.line());
-        }
-        for (const naive::text& l : lines)
-            v.add("lines", name, s && !s->deleted, l);
-        v.add("pairs", name, s && !s->deleted, pairs);
-    }
-    void value(view& v, const std::string& section, const std::string& key) const {
-        const naive::entry* const e = cache.find(cache.find(section), key, true);
-        v.add("value", key, e != nullptr, {e ? e->value : "untouched"});
-    }
-};
-
+// All that the lookups show, as one text.
 template <class Ini>
-struct ini_look {
-    Ini& ini;
-
-    static naive::text narrowed(const std::vector<std::wstring>& t) {
-        return each<std::string>(t, [](const std::wstring& w) { return narrow(w); });
-    }
-    void names(view& v) const {
-        std::vector<std::wstring> names{L"untouched"};
-        const bool found = ini.get_section_names(names);
-        v.add("names", "", found, narrowed(names));
-    }
-    void section(view& v, const std::string& name) const {
-        v.add("exists", name, ini.section_exists(wide(name)), {});
+string shown(Ini& ini) {
+    string all;
+    const auto add = [&all](bool found, const text& lines) {
+        all += found ? L"|" : L"!";
+        for (const string& line : lines)
+            all += line + L"\n";
+    };
+    text names{L"untouched"};
+    add(ini.get_section_names(names), names);
+    for (const wchar_t* section : {L"a", L" B", L"bb", L"", L"c x", L"zz"}) {
+        add(ini.section_exists(section), {});
         for (unsigned flags = 0; flags < 4; ++flags) {
-            std::vector<std::wstring> lines;
-            const bool found = ini.get_section(wide(name), lines, flags);
-            v.add("lines", name, found, narrowed(lines));
+            text lines{L"untouched"};
+            add(ini.get_section(section, lines, flags), lines);
         }
-        std::vector<std::pair<std::wstring, std::wstring>> pairs;
-        const bool found = ini.get_section_pairs(wide(name), pairs);
-        v.add("pairs", name, found, each<std::string>(pairs, [](const auto& p) {
-                  return narrow(p.first) + "=" + narrow(p.second);
-              }));
+        std::vector<std::pair<string, string>> pairs;
+        add(ini.get_section_pairs(section, pairs), {});
+        for (const auto& [key, value] : pairs)
+            add(true, {key, value});
+        for (const wchar_t* key : {L"k ", L"L", L"", L"k k", L"k\tk", L"zz"}) {
+            string value = L"untouched";
+            add(ini.get_value(section, key, value), {value});
+        }
     }
-    void value(view& v, const std::string& section, const std::string& key) const {
-        std::wstring value = L"untouched";
-        const bool found = ini.get_value(wide(section), wide(key), value);
-        v.add("value", key, found, {narrow(value)});
-    }
-};
-
-inline std::string shown(naive::cache& cache) {
-    view v;
-    v.add_all(naive_look{cache});
-    return v.text;
-}
-template <class Ini>
-std::string shown(Ini& ini) {
-    view v;
-    v.add_all(ini_look<Ini>{ini});
-    return v.text;
+    return all;
 }
 
 } // namespace ini_script

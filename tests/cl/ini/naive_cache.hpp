@@ -1,9 +1,10 @@
-// The settings cache written a second time, naively, in plain ASCII. Random scripts compare the real one with
-// it after each step.
+// The settings cache written a second time, naively. Random scripts compare the real one with it after each
+// step.
 #pragma once
 
 #include "cl/ini/naive_merge.hpp"
 
+#include <optional>
 #include <utility>
 
 namespace naive {
@@ -12,30 +13,63 @@ struct cache {
     std::vector<section> sections;
     bool dirty = false;
 
-    section* find(const std::string& name) {
-        const std::string wanted = trim(name);
+    section* find(const string& name) {
         for (section& s : sections)
-            if (same(s.name, wanted))
+            if (lower(s.name) == lower(trim(name)))
                 return &s;
         return nullptr;
     }
-    section& make(const std::string& name) {
+    section& make(const string& name) {
         if (section* s = find(name))
             return *s;
         return *sections.insert(trim(name).empty() ? sections.begin() : sections.end(),
                                 section{trim(name), {}});
     }
-    entry* find(section* s, const std::string& key, bool visible) {
-        const std::string wanted = trim(key);
+    static entry* find(section* s, const string& key, bool visible) {
         for (std::size_t i = 0; s && i < s->entries.size(); ++i)
-            if (same(s->entries[i].key, wanted) && !(visible && s->entries[i].deleted))
+            if (lower(s->entries[i].key) == lower(trim(key)) && !(visible && s->entries[i].deleted))
                 return &s->entries[i];
         return nullptr;
     }
 
+    // The lookups, as in the real one.
+    bool get_section_names(text& names) const {
+        names.clear();
+        for (const section& s : sections)
+            if (!s.deleted)
+                names.push_back(s.name);
+        return true;
+    }
+    bool section_exists(const string& name) { return find(name) != nullptr; }
+    bool get_section(const string& name, text& lines, unsigned flags) {
+        const section* const s = find(name);
+        if (!s || s->deleted)
+            return false;
+        lines.clear();
+        for (const entry& e : s->entries)
+            if (!e.deleted && (!e.raw || (flags & (e.value.starts_with(L';') ? 1U : 2U))))
+                lines.push_back(e.line());
+        return true;
+    }
+    bool get_section_pairs(const string& name, std::vector<std::pair<string, string>>& pairs) {
+        const section* const s = find(name);
+        if (!s || s->deleted)
+            return false;
+        for (const entry& e : s->entries)
+            if (!e.deleted && !e.raw)
+                pairs.emplace_back(e.key, e.value);
+        return true;
+    }
+    bool get_value(const string& name, const string& key, string& value) {
+        const entry* const e = find(find(name), key, true);
+        if (e)
+            value = e->value;
+        return e != nullptr;
+    }
+
     void load(const text& file) {
         text front;
-        std::set<std::string> seen;
+        std::set<string> seen;
         sections.clear();
         for (block& b : cut(file, front)) {
             if (!seen.insert(lower(b.name)).second)
@@ -43,48 +77,50 @@ struct cache {
             if (b.has_header && b.name.empty())
                 b.lines.insert(b.lines.begin(), b.header);
             section& s = sections.emplace_back(section{b.name, {}, false, false, true});
-            for (const std::string& line : b.lines)
+            for (const string& line : b.lines)
                 if (!line.empty())
                     s.entries.emplace_back(entry::parse(line)).in_file = true;
         }
     }
-    void write_value(const std::string& name, const std::string& key, const std::string& value) {
+
+    // The edits answer whether a flush is to be scheduled.
+    bool write_value(const string& name, const string& key, const string& value, bool schedule) {
         section& s = make(name);
         entry* e = find(&s, key, false);
         dirty = true;
         if (e && e->key == trim(key) && e->value == value)
-            return;
+            return schedule;
         if (!e)
             e = &s.entries.emplace_back();
         *e = {trim(key), value, true, false, false, e->raw};
         s.deleted = false;
         s.changed = true;
+        return schedule;
     }
-    void write_section(const std::string& name, const text& lines) {
+    bool write_section(const string& name, const text& lines) {
         section& s = make(name);
         s = {trim(name), {}, false, true, s.in_file, true};
-        for (const std::string& line : lines) {
-            entry& e = s.entries.emplace_back(line.empty() ? entry{"", "", true, false, false, true}
+        for (const string& line : lines) {
+            entry& e = s.entries.emplace_back(line.empty() ? entry{L"", L"", true, false, false, true}
                                                            : entry::parse(line));
             e.modified = true;
             if (e.raw)
                 e.value = trim(e.value);
         }
-        dirty = true;
+        return dirty = true;
     }
-    // These two answer whether a flush is to be scheduled.
-    bool delete_value(const std::string& name, const std::string& key) {
+    bool delete_value(const string& name, const string& key) {
         section* s = find(name);
         entry* e = find(s, key, false);
         if (!e)
             return false;
         if (e->in_file)
-            *e = {e->key, "", true, true, true, e->raw};
+            *e = {e->key, L"", true, true, true, e->raw};
         else
             s->entries.erase(s->entries.begin() + (e - s->entries.data()));
         return s->changed = dirty = true;
     }
-    bool delete_section(const std::string& name) {
+    bool delete_section(const string& name) {
         section* s = find(name);
         if (!s)
             return false;
@@ -95,10 +131,10 @@ struct cache {
         *s = {s->name, {}, true, true, true, true};
         return dirty = true;
     }
-    // What the file becomes; what it was if there is nothing to write.
-    text flush(const text& file, bool utf8_mark) {
-        if (!std::exchange(dirty, false))
-            return file;
+
+    // What the file becomes; nothing if it isn't touched.
+    std::optional<text> flush(const text& file, bool utf8_mark) {
+        dirty = false;
         std::vector<section> changed;
         for (const section& s : sections)
             if (s.changed)
@@ -110,7 +146,7 @@ struct cache {
             for (entry& e : s.entries)
                 e.modified = false, e.in_file = true;
         }
-        return changed.empty() ? file : merge(changed, file, utf8_mark);
+        return changed.empty() ? std::nullopt : std::optional(merge(changed, file, utf8_mark));
     }
 };
 

@@ -5,8 +5,6 @@
 #include "fakes/fake_clock.hpp"
 #include "fakes/fake_file.hpp"
 
-#include <string>
-
 // A clean disk and the first tick, ahead of everything that reads them.
 struct clean_system {
     clean_system() {

@@ -1,58 +1,44 @@
-// Threads write to a log that rotates about every second, while somebody keeps others from writing the file
-// now and then. Half a second in the tests; VFL_STRESS_SECONDS sets the time of a soak.
+// Threads write to a log that rotates about every second, while others keep it from being opened now and then
+// and meddle with it. Half a second in the tests; VFL_STRESS_SECONDS sets the time of a soak.
 #include "cl/os/clock.hpp"
 #include "cl/os/file.hpp"
 #include "cl/time/event.hpp"
 #include "cl/trace/file_trace.hpp"
 #include "temp_folder.hpp"
 
-#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <random>
-#include <string>
 #include <thread>
-#include <vector>
 
 namespace fs = std::filesystem;
 using namespace cl;
 
 namespace {
 
-constexpr int writers = 4;
-constexpr std::size_t stamp_size = 11;
+constexpr std::size_t writers = 4;
 
-// Finds every line whole, once and in its writer's order.
+// Finds every line whole, once and in its writer's order: "235907-042 b 17 .......\r".
 struct checker {
-    std::vector<std::int64_t> next = std::vector<std::int64_t>(writers, 0);
-    std::uint64_t lines = 0, generations = 0, faults = 0;
+    std::vector<long long> next = std::vector<long long>(writers, 0);
+    std::uint64_t lines = 0, generations = 0;
 
     void take(const fs::path& file) {
-        {
-            std::ifstream in(file, std::ios::binary);
-            for (std::string line; std::getline(in, line); ++lines)
-                if (!is_next(line)) {
-                    ++faults;
-                    ADD_FAILURE() << "line " << lines << ": " << line.substr(0, 200);
-                }
+        std::ifstream in(file, std::ios::binary);
+        for (std::string line; std::getline(in, line); ++lines) {
+            char writer = 0;
+            long long number = -1;
+            const bool whole = line.size() > 11 && line[10] == ' ' && line.back() == '\r' &&
+                               std::sscanf(line.c_str() + 11, "%c %lld ", &writer, &number) == 2 &&
+                               line.find_first_not_of('.', line.rfind(' ') + 1) == line.size() - 1;
+            const auto w = static_cast<std::size_t>(writer - 'a');
+            ASSERT_TRUE(whole && w < writers && number == next[w]++) << "line " << lines << ": " << line;
         }
+        in.close();
         fs::remove(file);
         ++generations;
-    }
-
-private:
-    // "235907-042 b 17 .......\r"
-    bool is_next(const std::string& line) {
-        char writer = 0;
-        long long number = -1;
-        if (line.size() < stamp_size || line.back() != '\r' || line[stamp_size - 1] != ' ' ||
-            std::sscanf(line.c_str() + stamp_size, "%c %lld ", &writer, &number) != 2 || writer < 'a' ||
-            writer >= 'a' + writers)
-            return false;
-        const auto w = static_cast<std::size_t>(writer - 'a');
-        return number == next[w]++ && line.find_first_not_of('.', line.rfind(' ') + 1) == line.size() - 1;
     }
 };
 
@@ -60,7 +46,7 @@ private:
 struct soaked_trace : file_trace {
     soaked_trace(passive_timer* host, fs::path old_log) : file_trace(host), old(std::move(old_log)) {}
     ~soaked_trace() override { shut_down(); }
-    // On the one thread that flushes, and so not during a rotation. What takes long here fills the ring.
+    // On the one thread that flushes, and so not during a rotation.
     void on_open(mutex_auto& guard, file_hnd& file) override {
         file_trace::on_open(guard, file);
         if (fs::exists(old)) {
@@ -81,57 +67,62 @@ TEST(trace_soak, nothing_is_lost) {
     const temp_folder folder;
     const std::wstring path = folder / L"trace.txt";
     checker check;
-    std::vector<std::int64_t> written(writers, 0);
+    std::vector<long long> written(writers, 0);
     std::uint64_t holds = 0;
     {
         passive_timer host("soak");
         soaked_trace trace(&host, folder.folder / "trace_old.txt");
         // The ring doesn't grow during a flush, and a sanitizer on a busy machine can make one long.
-        trace.set_buffer(0x400000, 0x1000000, 0x10000, true);
-        trace.set_path(path);
-        trace.set_old_path(folder / L"trace_old.txt", seconds ? 1 << 20 : 1 << 16);
+        const auto set_up = [&] {
+            trace.set_buffer(0x400000, 0x1000000, 0x10000, true);
+            trace.set_path(path);
+            trace.set_old_path(folder / L"trace_old.txt", seconds ? 1 << 20 : 1 << 16);
+            trace.set_stamps(true, true);
+        };
+        set_up();
         std::atomic<bool> go_on{true};
         std::vector<std::thread> threads;
-        for (int w = 0; w < writers; ++w)
-            threads.emplace_back([&, w] {
-                std::mt19937 random(static_cast<unsigned>(w));
-                event never;
-                std::string text;
-                for (std::int64_t n = 0; go_on; written[static_cast<std::size_t>(w)] = n) {
-                    for (auto burst = random() % 20; burst != 0; --burst, ++n) {
-                        text = std::string(1, static_cast<char>('a' + w)) + " " + std::to_string(n) + " " +
-                               std::string(random() % 80, '.') + "\n";
-                        trace.write(text.c_str(), true);
-                    }
-                    never.wait(1);
+        const auto repeat = [&](const auto& work) {
+            threads.emplace_back([&go_on, work, random = std::mt19937(unsigned(threads.size()))]() mutable {
+                for (event never; go_on; never.wait(1))
+                    work(random, never);
+            });
+        };
+        for (std::size_t w = 0; w < writers; ++w)
+            repeat([&, w](std::mt19937& random, event&) {
+                for (auto burst = random() % 20; burst != 0; --burst) {
+                    const std::string text = static_cast<char>('a' + w) +
+                                             (" " + std::to_string(written[w]++)) + " " +
+                                             std::string(random() % 80, '.') + "\n";
+                    trace.write(text.c_str(), true);
                 }
             });
         // Whoever reads the log and shares everything but writing: a flush fails, a rotation doesn't.
-        threads.emplace_back([&] {
-            std::mt19937 random(99);
-            event never;
-            while (go_on) {
-                os::file_handle file;
-                const os::file_request request{os::access_read, os::share_read | os::share_delete,
-                                               os::file_disposition::open_existing, 0, false};
-                if (os::open_file(path.c_str(), request, file) == 0) {
-                    ++holds;
-                    never.wait(static_cast<std::uint32_t>(random() % 40));
-                    os::close_file(file);
-                }
-                never.wait(static_cast<std::uint32_t>(random() % 200));
+        repeat([&](std::mt19937& random, event& never) {
+            os::file_handle file;
+            const os::file_request request{os::access_read, os::share_read | os::share_delete,
+                                           os::file_disposition::open_existing, 0, false};
+            if (os::open_file(path.c_str(), request, file) == 0) {
+                ++holds;
+                never.wait(static_cast<std::uint32_t>(random() % 40));
+                os::close_file(file);
             }
+            never.wait(static_cast<std::uint32_t>(random() % 200));
+        });
+        repeat([&](std::mt19937& random, event&) {
+            trace.flush(random() % 2);
+            trace.rotate_if_larger(0xFFFFFFFF);
+            trace.discard(false);
+            set_up();
         });
         event never;
         const auto check_all = [&] {
             while (check.generations < trace.put_aside)
                 check.take(trace.generation(check.generations));
         };
-        const std::uint32_t begin = os::tick_count();
-        while (os::tick_count() - begin < limit_ms && check.faults < 10) {
+        for (const std::uint32_t begin = os::tick_count();
+             os::tick_count() - begin < limit_ms && !testing::Test::HasFailure(); check_all())
             never.wait(100);
-            check_all();
-        }
         go_on = false;
         for (std::thread& t : threads)
             t.join();
