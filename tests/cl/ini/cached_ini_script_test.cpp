@@ -20,6 +20,7 @@ struct script : world {
     // What is expected of it.
     naive::cache cache;
     text file;
+    edit last{};
     std::string bytes;
     std::uint32_t encoding = cl::encoding_ansi;
     bool unicode = false, attached = true, armed = false;
@@ -86,7 +87,12 @@ struct script : world {
     }
 
     void make_edit() {
-        const edit e = random.next_edit();
+        const edit before = std::exchange(last, random.next_edit());
+        if (random.below(4) == 0) {
+            last.section = before.section;
+            last.key = before.key;
+        }
+        const edit& e = last;
         const bool schedule = e.what != edit::write_value || random.below(4);
         EXPECT_TRUE(e.apply(ini, schedule));
         if (!e.apply(cache, schedule))

@@ -35,6 +35,8 @@ struct cached_ini_threads : testing::Test {
     temp_folder folder;
     std::wstring path = folder / L"global.ini";
     cl::passive_timer timer{"test"};
+    // Not on the stack, where the thread sanitizer takes a lock for one that stood there before.
+    cl::cached_ini ini{timer}, second{timer};
     std::atomic<bool> go_on{true};
     std::vector<std::jthread> threads;
 
@@ -55,7 +57,6 @@ struct cached_ini_threads : testing::Test {
 };
 
 TEST_F(cached_ini_threads, nothing_of_anyone_is_lost) {
-    cl::cached_ini ini(timer), second(timer);
     for (cl::cached_ini* const cache : {&ini, &second}) {
         cache->flush_delay = 5;
         cache->check_interval = 3;
@@ -96,7 +97,6 @@ TEST_F(cached_ini_threads, nothing_of_anyone_is_lost) {
 
 TEST_F(cached_ini_threads, files_come_and_go_under_load) {
     const std::wstring paths[] = {path, folder / L"other.ini"};
-    cl::cached_ini ini(timer);
     ini.flush_delay = 2;
     counters mine{0};
     repeat([&](auto random) { mine.count_up(ini, random % 8); });
@@ -130,14 +130,14 @@ TEST_F(cached_ini_threads, the_end_waits_for_a_flush_and_saves_the_rest) {
         const std::wstring value = std::to_wstring(++round);
         std::wstring saved;
         {
-            cl::cached_ini ini(timer);
-            ini.set_file(path, true);
-            ini.flush_delay = 1;
-            ini.write_value(L"a", L"k", L"first", true);
+            cl::cached_ini short_lived(timer);
+            short_lived.set_file(path, true);
+            short_lived.flush_delay = 1;
+            short_lived.write_value(L"a", L"k", L"first", true);
             cl::os::sleep_ms(static_cast<std::uint32_t>(random % 3));
             for (auto spins = random % 4000; spins > 0; --spins)
-                ini.section_exists(L"a");
-            ini.write_value(L"a", L"k", value, random % 2);
+                short_lived.section_exists(L"a");
+            short_lived.write_value(L"a", L"k", value, random % 2);
         }
         cl::ini_file file;
         file.set_file(path, true);

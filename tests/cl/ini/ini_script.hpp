@@ -49,7 +49,9 @@ struct generator {
     }
     string section() const { return pick({L"a", L"A", L" a\t", L"b", L"bb", L"", L"c x", L"B"}); }
     string key() const { return pick({L"k", L"K", L" k", L"l", L"m", L"", L"k\tk", L"k k", L"n", L";c"}); }
-    string value() const { return pick({L"", L"1", L"2", L" 3 ", L"v=w", L"4;", L"[5]", L"6\t6", L"7"}); }
+    string value() const {
+        return pick({L"", L"", L"1", L"2", L" 3 ", L"v=w", L"4;", L"[5]", L"6\t6", L"7"});
+    }
     string line() const {
         switch (below(8)) {
         case 0:

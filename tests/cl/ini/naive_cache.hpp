@@ -14,8 +14,9 @@ struct cache {
     bool dirty = false;
 
     section* find(const string& name) {
+        const string wanted = lower(trim(name));
         for (section& s : sections)
-            if (lower(s.name) == lower(trim(name)))
+            if (lower(s.name) == wanted)
                 return &s;
         return nullptr;
     }
@@ -26,8 +27,9 @@ struct cache {
                                 section{trim(name), {}});
     }
     static entry* find(section* s, const string& key, bool visible) {
+        const string wanted = lower(trim(key));
         for (std::size_t i = 0; s && i < s->entries.size(); ++i)
-            if (lower(s->entries[i].key) == lower(trim(key)) && !(visible && s->entries[i].deleted))
+            if (lower(s->entries[i].key) == wanted && !(visible && s->entries[i].deleted))
                 return &s->entries[i];
         return nullptr;
     }
