@@ -10,31 +10,23 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <initializer_list>
+#include <cstring>
 
 namespace {
 
 using fakes::device;
 using fakes::snapshot_builder;
 
-constexpr std::int64_t now = 1'767'323'045;
-
-void put_address(std::uint8_t (&to)[16], std::initializer_list<int> last_bytes) {
-    std::transform(last_bytes.begin(), last_bytes.end(), std::end(to) - last_bytes.size(),
-                   [](int b) { return static_cast<std::uint8_t>(b); });
-}
-
-// Three connections on a driver whose clock stands at 10,000 s.
+// Two connections on a driver whose clock stands at 10,000 s.
 snapshot_builder sample() {
     snapshot_builder b;
     b.header.driver_time = 10'000'000;
     const std::uint32_t empty = b.narrow(""), web = b.wide(L"web"), bulk = b.wide(L"bulk");
     vfl_connection_record r = b.add(1234567890123);
     r.protocol = 0x80 | 7;
-    put_address(r.local_address, {0xFF, 0xFF, 192, 168, 1, 20});
+    std::memcpy(r.local_address + 10, "\xFF\xFF\xC0\xA8\x01\x14", 6);
     r.local_port = 50123;
-    put_address(r.remote_address, {0xFF, 0xFF, 8, 8, 8, 8});
+    std::memcpy(r.remote_address + 10, "\xFF\xFF\x08\x08\x08\x08", 6);
     r.remote_port = 443;
     r.hostname = b.narrow("h\xE9te.example");
     r.data = b.narrow("first\x80");
@@ -47,9 +39,9 @@ snapshot_builder sample() {
     r.class_other = bulk;
     b.records[0] = r;
     r = b.add(7);
-    put_address(r.local_address, {1});
+    r.local_address[15] = 1;
     r.local_port = 80;
-    put_address(r.remote_address, {0});
+    r.protocol = 6;
     r.hostname = r.data = empty;
     r.start_time = 10'000'000 - 5'000;
     r.tx_bytes = 9;
@@ -63,7 +55,7 @@ snapshot_builder sample() {
 const char* const sample_table = "           id prot local              remote      hostname     l7-prot    "
                                  "rx vol tx vol rx cps tx cps    "
                                  "time  rtt program     class data\n"
-                                 "            7 udp  [::1]:80           [::]:0                         0     "
+                                 "            7 udp  [::1]:80           [::]:0                         6     "
                                  "    0      9      0      0       "
                                  "5    0 zero inside web\n"
                                  "1234567890123 tcp  192.168.1.20:50123 8.8.8.8:443 h\xC3\xA9te.example      "
@@ -74,33 +66,25 @@ struct connection_view : testing::Test {
     connection_view() {
         device::instance() = {};
         fakes::clock::reset();
-        fakes::clock::set_unix(now);
+        fakes::clock::set_unix(1'767'323'045);
     }
-    ~connection_view() override {
-        device::instance() = {};
-        fakes::clock::reset();
-    }
-
-    // Every request gets the next answer, the last one again and again.
-    static void answer(std::vector<device::answer> answers) {
-        device::instance().act = [answers = std::move(answers), i = std::size_t{0}](const auto&) mutable {
-            return answers[std::min(i++, answers.size() - 1)];
-        };
-    }
+    ~connection_view() override { device::instance() = {}; }
 
     fakes::trace_capture trace;
 };
 
 TEST_F(connection_view, reply_grows_and_is_read_whole) {
     // The driver counts fewer bytes than it wrote: the block's own counts decide.
-    answer({{122}, {0, sample().build(), 1}});
+    device::instance().act = [](const auto& request) {
+        return request.out_size < 0x80000 ? device::answer{122} : device::answer{0, sample().build(), 1};
+    };
     EXPECT_EQ(vfl::run_connection_view(7, false, false, false), 0);
     EXPECT_EQ(trace.out.text, sample_table);
     EXPECT_EQ(device::instance().requests.back().out_size, 0x80000u);
 }
 
 TEST_F(connection_view, dump_stops_at_the_end_of_the_buffer) {
-    answer({{5, "", 0xFFFFFFFF}});
+    device::instance().act = [](const auto&) { return device::answer{5, "", 0xFFFFFFFF}; };
     EXPECT_EQ(vfl::run_connection_view(7, false, true, false), 1);
     const std::string zeros(0x40000, '\0');
     EXPECT_EQ(trace.out.text, vfl::hex_dump(zeros.data(), 0x40000, "") + "error 5\n");
@@ -108,8 +92,7 @@ TEST_F(connection_view, dump_stops_at_the_end_of_the_buffer) {
 
 TEST_F(connection_view, age_never_runs_backwards) {
     vfl::connection_map map;
-    snapshot_builder b;
-    b.header.clock_and_flags = 1000u << 1;
+    snapshot_builder b; // at 1000 s
     b.add(1);
     vfl::apply_snapshot(map, b.build(), false, nullptr);
     const std::wstring same = vfl::connection_table(map, 1000);

@@ -2,88 +2,52 @@
 
 #include <gtest/gtest.h>
 
-using vfl::run_mode;
+namespace {
+
+const wchar_t* const modes[] = {L"client", L"-service",   L"-win32",          L"-tcpview",
+                                L"-calib", L"-calibfile", L"-install_driver", L"-uninstall_driver"};
+
+// The mode, what comes with it, and the arguments that no option claimed.
+std::wstring read(std::vector<std::wstring> args) {
+    args.insert(args.begin(), L"-service"); // the program's name is not looked at
+    std::vector<wchar_t*> argv;
+    for (std::wstring& a : args)
+        argv.push_back(a.data());
+    const vfl::main_options o = vfl::read_main_options(static_cast<int>(argv.size()), argv.data());
+    std::wstring text = modes[static_cast<int>(o.mode())];
+    if (o.game_analyzer)
+        text += L", analyser";
+    if (o.has_dll_path)
+        text += L", path <" + o.dll_path + L">";
+    for (const wchar_t* extra : o.extra_args)
+        text += L" [" + std::wstring(extra) + L"]";
+    return text;
+}
+
+TEST(main_options, precedence_and_not_order) {
+    for (std::size_t first = 1; first < std::size(modes); ++first)
+        for (std::size_t other = first; other < std::size(modes); ++other)
+            EXPECT_EQ(read({modes[other], modes[first]}), modes[first]);
+}
 
 TEST(main_options, arguments) {
     const struct {
-        const char* name;
         std::vector<std::wstring> args;
-        run_mode mode;
-        bool game_analyzer;
-        const wchar_t* dll_path; // null: not given
-        std::vector<std::wstring> extra;
+        const wchar_t* found;
     } rows[] = {
-        {"none", {}, run_mode::client, false, nullptr, {}},
-        {"case of ASCII letters is ignored", {L"-SerVICE"}, run_mode::service, false, nullptr, {}},
-        {"precedence, not order",
-         {L"-install_driver", L"-calib", L"-uninstall_driver"},
-         run_mode::calib,
-         false,
-         nullptr,
-         {}},
-        {"service before win32", {L"-win32", L"-service"}, run_mode::service, false, nullptr, {}},
-        {"win32 before tcpview", {L"-tcpview", L"-win32"}, run_mode::win32, false, nullptr, {}},
-        {"tcpview before calib", {L"-calib", L"-tcpview"}, run_mode::tcpview, false, nullptr, {}},
-        {"calib before calibfile", {L"-calibfile", L"-calib"}, run_mode::calib, false, nullptr, {}},
-        {"calibfile before install",
-         {L"-install_driver", L"-calibfile"},
-         run_mode::calibfile,
-         false,
-         nullptr,
-         {}},
-        {"install before uninstall",
-         {L"-uninstall_driver", L"-install_driver"},
-         run_mode::install_driver,
-         false,
-         nullptr,
-         {}},
-        {"uninstall", {L"-uninstall_driver"}, run_mode::uninstall_driver, false, nullptr, {}},
-        {"the analyser chooses no mode", {L"-game_analyzer"}, run_mode::client, true, nullptr, {}},
-        {"whole words",
-         {L"-services", L"service", L"-calib "},
-         run_mode::client,
-         false,
-         nullptr,
-         {L"-services", L"service", L"-calib "}},
-        {"client options are extra",
-         {L"-hex", L"a", L"-win32"},
-         run_mode::win32,
-         false,
-         nullptr,
-         {L"-hex", L"a"}},
-        {"a path loses its blanks",
-         {L"-DLLPATH", L" \t C:\\a b\\x.dll\r\n"},
-         run_mode::client,
-         false,
-         L"C:\\a b\\x.dll",
-         {}},
-        {"a path may look like an option",
-         {L"-dllpath", L"-service"},
-         run_mode::client,
-         false,
-         L"-service",
-         {}},
-        {"the last path holds", {L"-dllpath", L"a", L"-dllpath", L"b"}, run_mode::client, false, L"b", {}},
-        {"a path without a value has no effect",
-         {L"x", L"-dllpath"},
-         run_mode::client,
-         false,
-         nullptr,
-         {L"x"}},
-        {"an empty path is a path", {L"-dllpath", L"  "}, run_mode::client, false, L"", {}},
+        {{}, L"client"},
+        {{L"-SerVICE"}, L"-service"},
+        {{L"-game_analyzer"}, L"client, analyser"},
+        {{L"-services", L"service", L"-calib "}, L"client [-services] [service] [-calib ]"},
+        {{L"-hex", L"a", L"-win32"}, L"-win32 [-hex] [a]"},
+        {{L"-DLLPATH", L" \t C:\\a b\\x.dll\r\n"}, L"client, path <C:\\a b\\x.dll>"},
+        {{L"-dllpath", L"-service"}, L"client, path <-service>"},
+        {{L"-dllpath", L"a", L"-dllpath", L"b"}, L"client, path <b>"},
+        {{L"x", L"-dllpath"}, L"client [x]"}, // without a value it has no effect
+        {{L"-dllpath", L"  "}, L"client, path <>"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        std::vector<std::wstring> args{L"-service"}; // the program's name is not looked at
-        args.insert(args.end(), row.args.begin(), row.args.end());
-        std::vector<wchar_t*> argv;
-        for (std::wstring& a : args)
-            argv.push_back(a.data());
-        const vfl::main_options o = vfl::read_main_options(static_cast<int>(argv.size()), argv.data());
-        EXPECT_EQ(o.mode(), row.mode);
-        EXPECT_EQ(o.game_analyzer, row.game_analyzer);
-        EXPECT_EQ(o.has_dll_path, row.dll_path != nullptr);
-        EXPECT_EQ(o.dll_path, row.dll_path ? row.dll_path : L"");
-        EXPECT_EQ(std::vector<std::wstring>(o.extra_args.begin(), o.extra_args.end()), row.extra);
-    }
+    for (const auto& row : rows)
+        EXPECT_EQ(read(row.args), row.found);
 }
+
+} // namespace

@@ -22,7 +22,7 @@ struct scripted_wlan {
     std::map<std::string, std::uint32_t> reasons;
     std::set<std::string> without_block; // queries that succeed with nothing
     std::uint32_t state = VFL_WLAN_IDLE, enabled = 1;
-    vfl_wlan_settings settings{3, {'o', 'l', 'd'}, 7};
+    vfl_wlan_settings settings{8, {'o', 'l', 'd', ' ', 'n', 'a', 'm', 'e'}, 7};
     std::uint32_t settings_size = sizeof settings;
 
     std::vector<std::string> bound; // names asked for, in order
