@@ -1,6 +1,7 @@
 #include "host/service.hpp"
 
 #include "cl/format/format.hpp"
+#include "cl/time/mutex.hpp"
 #include "cl/trace/list/trace_list.hpp"
 #include "cl/wifi/virtual_wifi_supervisor.hpp"
 #include "host/service_answer.hpp"
@@ -17,13 +18,22 @@ namespace {
 // What the handler keeps. It runs on one thread at a time, but beside service_main.
 constinit std::atomic<std::uint32_t> present_state{0}, session_state{0}, session_id{0};
 
+// The handler may report while service_main does: what the manager hears last is the state that stands.
+constinit cl::mutex reporting;
+
 void say_error(const char* format, std::uint32_t error) {
     cl::trace_out((cl::basic_format<char>(format) << error).str());
 }
 
 std::uint32_t report(std::uint32_t state) {
-    present_state.store(state, std::memory_order_relaxed);
+    const cl::mutex_auto scope(reporting, true);
+    present_state = state;
     return report_service_state(state);
+}
+
+std::uint32_t report_present_state() {
+    const cl::mutex_auto scope(reporting, true);
+    return report_service_state(present_state);
 }
 
 // The second field of a session notification.
@@ -55,8 +65,9 @@ void service_main() {
 std::uint32_t service_control_handler(std::uint32_t control, std::uint32_t event_type, void* event_data,
                                       void*) {
     const std::uint32_t id = control == control_session_change ? notified_session(event_data) : 0;
-    const service_answer answer = answer_control(
-        control, event_type, id, {session_state.load(), session_id.load()}, present_state.load());
+    const std::uint32_t seen = present_state;
+    const service_answer answer =
+        answer_control(control, event_type, id, {session_state.load(), session_id.load()}, seen);
     for (const std::string& line : answer.lines)
         cl::trace_out(line);
     if (answer.power != power_action::none)
@@ -70,7 +81,11 @@ std::uint32_t service_control_handler(std::uint32_t control, std::uint32_t event
         else
             say_error("srv: WTSQueryUserToken error %?\n", error);
     }
-    report(answer.state); // nobody could do anything about a failure here
+    // The start may have ended meanwhile. Nobody could do anything about a failure here.
+    if (answer.state != seen)
+        report(answer.state);
+    else
+        report_present_state();
     return answer.result;
 }
 

@@ -6,23 +6,58 @@ from harness import BIN_IOCTL, TEXT_IOCTL, Run, bin_request, received
 # (raw command line behind the program's name, the text that the driver receives)
 TEXTS = [
     ("", ""),
+    ("  ", ""),
+    (" status", "status"),
     (" echo  a   b ", "echo  a   b "),
+    (" echo\ta\t", "echo\ta\t"),
     (' echo "a  b" \'c\' \\"d\\', 'echo "a  b" \'c\' \\"d\\'),
     (" echo %? 100% ^& <>|", "echo %? 100% ^& <>|"),
     (" echo \xe4\u20ac\u4e2d\ud83d\ude00 \ud800", "echo \xe4\u20ac\u4e2d\ud83d\ude00 \ud800"),
     (" echo " + "long " * 2000, "echo " + "long " * 2000),
-    (" \x0b-hex\x0c\r\n -time\techo -hex", "echo -hex"),
+    (" -hex echo a", "echo a"),
+    (" \x0b-hex\x0c\r\n -time\techo a", "echo a"),
+    (" -hex -time -hex", ""),
+    (" -hex  ", ""),
+    (" -HEX echo a", "-HEX echo a"),
+    (" -hex -Time echo a", "-Time echo a"),
+    (" echo -hex a", "echo -hex a"),
+    (' "-hex" echo a', '"-hex" echo a'),
+    (" -hex\u00a0echo a", "-hex\u00a0echo a"),
+    (" -hexx echo", "-hexx echo"),
+    (" -he", "-he"),
+    (" -BINCONS", "-BINCONS"),
+    (" -bin-nop", "-bin-nop"),
+    (" -bin_pcons", "-bin_pcons"),
+    (" -hex echo -binnop", "echo -binnop"),
     # Options of the program itself are words of the text command too.
     (" -game_analyzer echo a", "-game_analyzer echo a"),
     (" -dllpath \" x \" echo", "-dllpath \" x \" echo"),
+    (" echo -DLLPATH", "echo -DLLPATH"),
 ]
 
 # (the program's token and what stands around it, the text that the driver receives of " echo a" behind it)
-PROGRAMS = [('C:\\some" "folder\\"vfl.exe"', "echo a"), ('"a\\" b', "b echo a"), (" vfl.exe", "vfl.exe echo a")]
+PROGRAMS = [
+    ("vfl.exe", "echo a"),
+    ('"C:\\some folder\\vfl.exe"', "echo a"),
+    ('C:\\some" "folder\\"vfl.exe"', "echo a"),
+    ('"a\\" b', "b echo a"),
+    ('""vfl', "echo a"),
+    (" vfl.exe", "vfl.exe echo a"),
+    ("\tvfl.exe", "vfl.exe echo a"),
+    ("vfl.exe\x0b", "echo a"),
+]
 
 # (raw command line, number of the binary command)
-BINARY = [(" -bin-cons", 5), (" -hex -binnop", 3), (" -binnop -bincons", 5), (" -bincons -binnop -hex", 5),
-          (" -ever -binnop", 3), (" -binnop and more words", 3), (" -bincons -HEX -ever", 5)]
+BINARY = [(" " + word, 5) for word in ("-bincons", "-bin-cons", "-bin_cons")] + \
+         [(" " + word, 3) for word in ("-binpnop", "-bin_pnop", "-binnop", "-bin_nop")] + [
+    (" -hex -binnop", 3),
+    ("  -time \t -bin_nop  ", 3),
+    (" -binnop -bincons", 5),
+    (" -bincons -binnop -hex", 5),
+    (" -ever -binnop", 3),
+    (" -binnop and more words", 3),
+    (" -bincons -HEX -ever", 5),
+]
 
 
 class CommandLine(unittest.TestCase):

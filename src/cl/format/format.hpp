@@ -116,11 +116,15 @@ public:
     }
 
     // The entries behind the insertions. `signed_form` is the argument sign-extended from its own width,
-    // `unsigned_form` the same bits zero-extended; `default_letter` ('d' or 'u') is what %? means.
+    // `unsigned_form` the same bits zero-extended; `default_letter` is what %? means.
     format_base& arg32(std::int32_t signed_form, std::uint32_t unsigned_form, char default_letter) {
         return arg64(signed_form, unsigned_form, default_letter);
     }
-    format_base& arg64(std::int64_t signed_form, std::uint64_t unsigned_form, char default_letter);
+    format_base& arg64(std::int64_t signed_form, std::uint64_t unsigned_form, char default_letter) {
+        return default_letter == 'd' || default_letter == 'u'
+                   ? decimal(signed_form, unsigned_form, default_letter)
+                   : full_number(signed_form, unsigned_form, default_letter);
+    }
     // n characters, or to_zero. Without `null_word` a null pointer prints as nothing.
     template <class T = Ch>
     requires std::same_as<T, char> format_base& arg_text(const char* text, std::size_t n, bool null_word) {
@@ -192,6 +196,7 @@ private:
     format_base& own_text(const Ch* text, std::size_t n, bool null_word);
     window emit_text(window w, const Ch* text, std::size_t n);
 
+    format_base& decimal(std::int64_t signed_form, std::uint64_t unsigned_form, char default_letter);
     format_base& full_number(std::int64_t signed_form, std::uint64_t unsigned_form, char default_letter);
     void finish_rest();
 

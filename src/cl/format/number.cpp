@@ -200,11 +200,12 @@ format_base<Ch>& format_base<Ch>::full_number(std::int64_t signed_form, std::uin
         return *this;
     }
     detail::number_printer<Ch> printer{*this, d};
-    conversion c = conversion_of(*fmt);
-    if (c == conversion::default_letter)
-        c = default_letter == 'u' ? conversion::unsigned_decimal : conversion::signed_decimal;
+    Ch letter = *fmt;
+    if (conversion_of(letter) == conversion::default_letter)
+        letter = static_cast<Ch>(default_letter);
+    const conversion c = conversion_of(letter);
     if (c == conversion::radix)
-        return next(printer.radix(unsigned_form, static_cast<char>(*fmt)));
+        return next(printer.radix(unsigned_form, static_cast<char>(letter)));
     if (c == conversion::character) {
         const Ch character = static_cast<Ch>(unsigned_form & (std::same_as<Ch, char> ? 0xFF : 0xFFFF));
         return next(emit_text(open(), &character, character != 0 ? 1 : 0));

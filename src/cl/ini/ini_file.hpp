@@ -3,7 +3,8 @@
 // the source, which keeps its identity, attributes and rights; a crash during the copy leaves it cut short.
 //
 // Results are bools. An open that fails says so on trace_err, except for a missing file; nothing else is
-// reported, and nothing is tried again. An out parameter is untouched where the result is false.
+// reported, and nothing is tried again. An out parameter is untouched where the
+// file could not be opened.
 //
 // There is no lock. Threads and processes are kept apart by the file itself: whoever reads or edits it
 // refuses writers, so an edit shuts out all others while it lasts. The order of the slots is fixed, and

@@ -95,4 +95,10 @@ TEST(format, a_string_takes_several_formats_in_turn) {
     EXPECT_EQ(text.size(), 32u);
 }
 
+TEST(format, a_type_may_print_in_any_letter_by_default) {
+    cl::basic_format<char> f("%? %04? %d");
+    f.arg32(255, 255, 'x').arg64(10, 10, 'X').arg32(-1, 255, 'x');
+    EXPECT_EQ(f.str(), "ff 000A -1");
+}
+
 } // namespace
