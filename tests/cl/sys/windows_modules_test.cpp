@@ -8,10 +8,10 @@
 namespace {
 
 TEST(windows_modules, a_bare_name_is_the_systems_own_library) {
-    const wchar_t* const name = L"MSACM32.DLL";
+    const wchar_t* const name = L"CABINET.DLL";
     ASSERT_EQ(GetModuleHandleW(name), nullptr) << "nothing else in this program uses it";
     cl::library_table table{cl::windows_modules};
-    EXPECT_NE(cl::bind_entry_point(table, name, "acmGetVersion", true), nullptr);
+    EXPECT_NE(cl::bind_entry_point(table, name, "FCICreate", true), nullptr);
     EXPECT_EQ(cl::bind_entry_point(table, name, "no such function", true), nullptr);
     wchar_t loaded[MAX_PATH] = {}, system[MAX_PATH] = {};
     GetModuleFileNameW(GetModuleHandleW(name), loaded, MAX_PATH);
