@@ -127,7 +127,7 @@ private:
 
     std::int64_t next_size() const {
         const std::int64_t next = (size / 2 + 5) * 3 / 16 * 16;
-        return next <= min_size ? min_size : std::min(next, max_size);
+        return next <= min_size ? min_size : std::max(size, std::min(next, max_size)); // never smaller
     }
     void grow() {
         if (size < max_size && !busy)
