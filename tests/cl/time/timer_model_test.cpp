@@ -1,11 +1,11 @@
-#include "timer_model.hpp"
-
-#include "simulated_timer.hpp"
+#include "cl/time/timer_model.hpp"
+#include "fakes/simulated_timer.hpp"
 
 #include <gtest/gtest.h>
 #include <random>
 
 using namespace cl;
+using fakes::simulated_timer;
 
 namespace {
 
@@ -24,14 +24,8 @@ struct generator {
     std::uint32_t below(std::uint32_t n) { return static_cast<std::uint32_t>(random() % n); }
 
     std::uint32_t interval() {
-        switch (below(10)) {
-        case 0:
-            return 3600000 + below(3) - 1;
-        case 1:
-            return below(0x40000000) + 1;
-        default:
-            return below(60) + 1;
-        }
+        const std::uint32_t kind = below(10);
+        return kind == 0 ? 3600000 + below(3) - 1 : kind == 1 ? below(0x40000000) + 1 : below(60) + 1;
     }
 
     action next() {
@@ -41,12 +35,15 @@ struct generator {
                           : what < 6 ? action::forced_stop
                           : what < 8 ? action::take_time
                                      : action::nothing;
-        return {kind,
-                static_cast<int>(below(keys)),
-                kind == action::take_time ? below(200) : interval(),
-                below(2) == 0,
-                below(2) == 0,
-                below(2) == 0};
+        action a{kind,
+                 static_cast<int>(below(keys)),
+                 kind == action::take_time ? below(200) : interval(),
+                 below(2) == 0,
+                 below(2) == 0,
+                 below(2) == 0};
+        if (kind == action::start && a.once && below(8) == 0)
+            a.ms = 0;
+        return a;
     }
 };
 
@@ -59,7 +56,7 @@ struct firing {
 struct schedule_run {
     explicit schedule_run(unsigned seed)
         : random{std::mt19937(seed)},
-          begin(random.below(2) ? 0u - random.below(1000) : random.below(0xFFFFFFFF)), timer(begin),
+          begin(simulated_timer::now = random.below(2) ? 0u - random.below(1000) : random.below(0xFFFFFFFF)),
           model(keys) {
         model.on_fire = [this](int key) {
             fired(key, model.now, model_log, [this](const action& a) { to_model(a); });
@@ -82,43 +79,25 @@ struct schedule_run {
 
     void to_engine(const action& a) {
         timer_handle& key = handles[a.key];
-        switch (a.what) {
-        case action::start:
-            timer.start(
-                &key,
-                [this, k = a.key] {
-                    fired(k, model_now + static_cast<std::int32_t>(simulated_timer::now - engine_base),
-                          engine_log, [this](const action& b) { to_engine(b); });
-                },
-                a.ms, (a.once ? timer_once : 0) | (a.fixed ? timer_fixed : 0), a.replace);
-            break;
-        case action::stop:
-        case action::forced_stop:
+        const auto call = [this, k = a.key] {
+            const auto at = model_now + static_cast<std::int32_t>(simulated_timer::now - engine_base);
+            fired(k, at, engine_log, [this](const action& b) { to_engine(b); });
+        };
+        if (a.what == action::start)
+            timer.start(&key, call, a.ms, (a.once ? timer_once : 0) | (a.fixed ? timer_fixed : 0), a.replace);
+        else if (a.what == action::stop || a.what == action::forced_stop)
             engine_stops.push_back(stop(&key, true, a.what == action::forced_stop));
-            break;
-        case action::take_time:
+        else if (a.what == action::take_time)
             simulated_timer::now += a.ms;
-            break;
-        default:
-            break;
-        }
     }
 
     void to_model(const action& a) {
-        switch (a.what) {
-        case action::start:
+        if (a.what == action::start)
             model.start(a.key, a.ms, a.once, a.fixed, a.replace);
-            break;
-        case action::stop:
-        case action::forced_stop:
+        else if (a.what == action::stop || a.what == action::forced_stop)
             model_stops.push_back(model.stop(a.key, a.what == action::forced_stop));
-            break;
-        case action::take_time:
+        else if (a.what == action::take_time)
             model.now += a.ms;
-            break;
-        default:
-            break;
-        }
     }
 
     void step() {
@@ -135,7 +114,7 @@ struct schedule_run {
         model_log.clear();
         model_now = model.now;
         engine_base = simulated_timer::now;
-        const std::uint32_t engine_wait = timer.pass_after(0);
+        const std::uint32_t engine_wait = timer.run_pass();
         const std::uint32_t engine_spent = simulated_timer::now - engine_base;
         const auto model_wait = model.pass();
         EXPECT_EQ(engine_log, model_log);
