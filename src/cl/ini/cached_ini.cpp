@@ -333,7 +333,6 @@ bool cached_ini::open_for_flush(const ini_file& target, uni_file& source, uni_fi
 // Whatever fails is told and gone on from: what was committed counts as written.
 void cached_ini::write_merged(const ini_file& target, uni_file& source, uni_file& temp,
                               std::list<ini_section>& snapshot) {
-    source.last_error = 0; // from here on that of a read
     ini_merge merge(
         snapshot, [&temp](const std::wstring& line) { return temp.write_line(line); },
         source.encoding == encoding_utf8);

@@ -118,7 +118,6 @@ bool ini_file::rewrite(Edit edit) {
     uni_file source, temp;
     if (!open_ini(source, false, true) || !make_temp(source, temp, nullptr))
         return false;
-    source.last_error = 0; // from here on that of a read
     const next_line next = lines_of(source);
     const put_line put = [&temp](const std::wstring& line) { return temp.write_line(line); };
     edit(ini_rewrite{next, put, source.encoding != encoding_ansi});
