@@ -133,6 +133,8 @@ namespace cl {
 
 void start_virtual_wifi_supervisor() {
     note("Wi-Fi");
+    if (const auto& meanwhile = fakes::host::instance().meanwhile)
+        meanwhile();
 }
 
 } // namespace cl

@@ -24,6 +24,8 @@ struct host {
     bool has_install_dir = true;
     // Played on the dispatcher's thread, behind the service's body.
     std::function<void(vfl::service_handler_function)> controls{};
+    // What happens elsewhere while a resume is looked after.
+    std::function<void()> meanwhile{};
 
     // The library: whether there is one, its exports, and what they return.
     bool has_library = true;

@@ -213,6 +213,15 @@ TEST_F(modes_test, the_handler_reports_and_keeps_what_it_saw) {
     EXPECT_EQ(host::instance().log(), stop_calls) << "the teardown comes after the dispatcher";
 }
 
+TEST_F(modes_test, a_start_that_ends_while_the_handler_works_stands) {
+    service_control_handler(1, 0, nullptr, nullptr);
+    host::instance().calls.clear();
+    host::instance().meanwhile = service_main;
+    service_control_handler(13, 18, nullptr, nullptr);
+    EXPECT_EQ(host::instance().log(), "Wi-Fi\nregister\nstate 2\n" + start_call + "state 4\nstate 4\n");
+    stop_service();
+}
+
 TEST_F(modes_test, session_events_in_words) {
     std::string all;
     for (int event = -1; event < 10; ++event)
