@@ -1,34 +1,133 @@
 // The binder over the real system.
+#include "cl/sys/dynamic_entry.hpp"
 #include "cl/sys/scrambled_bindings.hpp"
 
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <thread>
+#include <vector>
 #include <windows.h>
 
 namespace {
 
-TEST(windows_modules, a_bare_name_is_the_systems_own_library) {
-    const wchar_t* const name = L"CABINET.DLL";
-    ASSERT_EQ(GetModuleHandleW(name), nullptr) << "nothing else in this program uses it";
-    cl::library_table table{cl::windows_modules};
-    EXPECT_NE(cl::bind_entry_point(table, name, "FCICreate", true), nullptr);
-    EXPECT_EQ(cl::bind_entry_point(table, name, "no such function", true), nullptr);
-    wchar_t loaded[MAX_PATH] = {}, system[MAX_PATH] = {};
-    GetModuleFileNameW(GetModuleHandleW(name), loaded, MAX_PATH);
-    GetSystemDirectoryW(system, MAX_PATH);
-    EXPECT_EQ(std::filesystem::path(loaded).parent_path(), std::filesystem::path(system));
-    cl::release_library(table, name);
-    EXPECT_EQ(GetModuleHandleW(name), nullptr);
+namespace fs = std::filesystem;
+
+fs::path probe() {
+    wchar_t exe[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, exe, MAX_PATH);
+    return fs::path(exe).replace_filename(L"probe_library.dll");
 }
 
-TEST(windows_modules, the_scrambled_names_bind) {
+struct counts {
+    long loads, unloads;
+    bool operator==(const counts&) const = default;
+};
+long variable(const wchar_t* name) {
+    wchar_t text[16] = L"0";
+    GetEnvironmentVariableW(name, text, 16);
+    return std::wcstol(text, nullptr, 10);
+}
+counts now() {
+    return {variable(L"PROBE_LOADS"), variable(L"PROBE_UNLOADS")};
+}
+
+class windows_modules : public testing::Test {
+protected:
+    windows_modules() {
+        SetEnvironmentVariableW(L"PROBE_LOADS", nullptr);
+        SetEnvironmentVariableW(L"PROBE_UNLOADS", nullptr);
+    }
+    cl::entry_point bind(const std::wstring& library, const char* function) {
+        return cl::bind_entry_point(table, library, function, true);
+    }
+    cl::library_table table{cl::windows_modules};
+    const std::wstring path = probe().wstring();
+};
+
+TEST_F(windows_modules, loads_once_and_unloads_with_the_last_binding) {
+    const auto answer = reinterpret_cast<int (*)()>(bind(path, "probe_answer"));
+    ASSERT_NE(answer, nullptr);
+    EXPECT_EQ(answer(), 42);
+    EXPECT_NE(bind(path, "probe_answer"), nullptr);
+    EXPECT_EQ(bind(path, "no such function"), nullptr);
+    EXPECT_EQ(now(), (counts{1, 0}));
+    cl::release_library(table, path);
+    EXPECT_EQ(now(), (counts{1, 0}));
+    cl::release_library(table, path);
+    EXPECT_EQ(now(), (counts{1, 1}));
+    EXPECT_EQ(bind(path, "no such function"), nullptr);
+    EXPECT_EQ(now(), (counts{2, 2}));
+
+    // Two spellings are two records over one module of the system.
+    const std::wstring other = (probe().parent_path() / L"PROBE_LIBRARY.DLL").wstring();
+    EXPECT_NE(bind(path, "probe_answer"), nullptr);
+    EXPECT_NE(bind(other, "probe_answer"), nullptr);
+    EXPECT_EQ(now(), (counts{3, 2}));
+    cl::release_library(table, path);
+    EXPECT_EQ(now(), (counts{3, 2}));
+    cl::release_library(table, other);
+    EXPECT_EQ(now(), (counts{3, 3}));
+}
+
+// A file that someone put into the current folder, or beside the executable, must never get into the process
+// by a bare name.
+TEST_F(windows_modules, a_bare_name_is_never_loaded_from_the_current_folder) {
+    const fs::path before = fs::current_path();
+    const fs::path folder = fs::temp_directory_path() / L"vfl_planted";
+    fs::create_directories(folder);
+    const wchar_t* const system_name = L"WTSAPI32.DLL";
+    const wchar_t* const own_name = L"vfl_planted.dll";
+    for (const wchar_t* name : {system_name, own_name})
+        fs::copy_file(probe(), folder / name, fs::copy_options::overwrite_existing);
+    fs::current_path(folder);
+
+    EXPECT_NE(bind(system_name, "WTSQueryUserToken"), nullptr);
+    wchar_t loaded[MAX_PATH] = {};
+    GetModuleFileNameW(GetModuleHandleW(system_name), loaded, MAX_PATH);
+    wchar_t system[MAX_PATH] = {};
+    GetSystemDirectoryW(system, MAX_PATH);
+    EXPECT_EQ(fs::path(loaded).parent_path(), fs::path(system));
+    cl::release_library(table, system_name);
+    EXPECT_EQ(bind(own_name, "probe_answer"), nullptr);
+    EXPECT_EQ(bind(L"probe_library.dll", "probe_answer"), nullptr) << "beside the executable";
+    EXPECT_EQ(now(), (counts{0, 0}));
+
+    // The trap works: the system's own search order steps into it.
+    const HMODULE trapped = LoadLibraryW(own_name);
+    EXPECT_NE(trapped, nullptr);
+    EXPECT_EQ(now(), (counts{1, 0}));
+    FreeLibrary(trapped);
+
+    fs::current_path(before);
+    fs::remove_all(folder);
+}
+
+TEST_F(windows_modules, many_threads_at_once) {
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&] {
+            for (int i = 0; i < 50; ++i) {
+                const auto answer = reinterpret_cast<int (*)()>(bind(path, "probe_answer"));
+                ASSERT_NE(answer, nullptr);
+                EXPECT_EQ(answer(), 42);
+                cl::release_library(table, path);
+            }
+        });
+    for (std::thread& t : threads)
+        t.join();
+    const counts end = now();
+    EXPECT_GT(end.loads, 0);
+    EXPECT_EQ(end.loads, end.unloads);
+}
+
+TEST_F(windows_modules, the_scrambled_names_bind) {
     cl::create_libraries(cl::windows_modules);
     const cl::scrambled_bindings bound;
-    const auto address = [](const char* name) {
-        return reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), name));
-    };
-    EXPECT_EQ(reinterpret_cast<void*>(bound.first.address), address("RtlGetVersion"));
-    EXPECT_EQ(reinterpret_cast<void*>(bound.second.address), address("RtlGetNtVersionNumbers"));
+    const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
+    EXPECT_EQ(reinterpret_cast<void*>(bound.first.address),
+              reinterpret_cast<void*>(GetProcAddress(ntdll, "RtlGetVersion")));
+    EXPECT_EQ(reinterpret_cast<void*>(bound.second.address),
+              reinterpret_cast<void*>(GetProcAddress(ntdll, "RtlGetNtVersionNumbers")));
 }
 
 } // namespace
