@@ -4,7 +4,7 @@
 //   trace_bench count N             N lines that no flush interrupts, for callgrind
 //   trace_bench KIND paced|flat THREADS LINES FOLDER
 // KIND: ours64 or ours128 (KiB of flush_at), sync, async.
-#include "cl/trace/file_trace.hpp"
+#include "cl/log/file_trace.hpp"
 
 #include <spdlog/async.h>
 #include <spdlog/pattern_formatter.h>

@@ -1,15 +1,14 @@
 # The developer kit: `cmake --install build/windows --component kit --prefix FOLDER`. Headers and static archives for
 # find_package(vfl), the decoder of captured snapshots, and the stand-ins with the decoder's sources as examples.
 include(CMakePackageConfigHelpers)
-set(kit_archives connview driver_channel cl_time cl_trace_list cl_sys cl_file cl_format cl_os)
+set(kit_archives connview cl_text cl_format cl_os)
 
-foreach(header driver/channel/protocol.h host/service_library.h cl/wifi/registry_values.h)
-  cmake_path(GET header PARENT_PATH folder)
-  install(FILES src/${header} DESTINATION include/vfl/${folder} COMPONENT kit)
-endforeach()
-foreach(room connview cl/file cl/format cl/os)
-  install(DIRECTORY src/${room}/ DESTINATION include/vfl/${room} COMPONENT kit
-    FILES_MATCHING PATTERN "*.hpp" PATTERN windows EXCLUDE PATTERN posix EXCLUDE)
+install(DIRECTORY src/contracts/ DESTINATION include/vfl/contracts COMPONENT kit FILES_MATCHING PATTERN "*.h")
+# Below a folder of their own, so that vfl::contracts shows the contracts alone. The JSON tokens are objects of the
+# executable.
+foreach(room connview cl/text cl/format cl/os)
+  install(DIRECTORY src/${room}/ DESTINATION include/vfl/library/${room} COMPONENT kit
+    FILES_MATCHING PATTERN "*.hpp" PATTERN windows EXCLUDE PATTERN posix EXCLUDE PATTERN json_tokens.hpp EXCLUDE)
 endforeach()
 foreach(archive ${kit_archives})
   install(TARGETS ${archive} ARCHIVE DESTINATION lib/vfl COMPONENT kit)

@@ -1,5 +1,5 @@
 // Any raw command line: the options that are read beside a second reading by whole-string searches.
-#include "driver/client/client_options.hpp"
+#include "driver/client_options.hpp"
 
 #include <algorithm>
 #include <cstdint>

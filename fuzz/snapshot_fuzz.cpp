@@ -4,7 +4,7 @@
 // Input, for each block: a byte of options, a 16-bit little-endian size, the block (the last one may be
 // shorter).
 #include "connview/snapshot.hpp"
-#include "driver/channel/protocol.h"
+#include "contracts/protocol.h"
 #include "fakes/snapshot_compare.hpp"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // Text conversions and string helpers on any text. Input: a byte of buffer size, then the text, as bytes and
 // as UTF-16 units of two bytes each.
-#include "cl/file/string_util.hpp"
-#include "cl/file/text_convert.hpp"
+#include "cl/text/string_util.hpp"
+#include "cl/text/text_convert.hpp"
 
 #include <algorithm>
 #include <cstdlib>

@@ -4,6 +4,7 @@
 // own part.
 #include "cl/file/random_gen.hpp"
 #include "cl/ini/cached_ini.hpp"
+#include "cl/log/trace_set_up.hpp"
 #include "cl/sys/cpu_info.hpp"
 #include "cl/sys/entropy.hpp"
 #include "cl/sys/library_table.hpp"
@@ -11,9 +12,8 @@
 #include "cl/sys/scrambled_bindings.hpp"
 #include "cl/sys/seed_text.hpp"
 #include "cl/time/hrtime.hpp"
-#include "cl/trace/list/console.hpp"
-#include "cl/trace/list/stream_trace.hpp"
-#include "cl/trace/trace_set_up.hpp"
+#include "cl/trace/console.hpp"
+#include "cl/trace/stream_trace.hpp"
 
 #include <algorithm>
 #include <cstdio>

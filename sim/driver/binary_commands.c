@@ -2,7 +2,7 @@
 #include "commands.h"
 #include "snapshot.h"
 
-#include "driver/channel/protocol.h"
+#include "contracts/protocol.h"
 
 /* The answer to VFL_COMMAND_NOP. Clients only show its bytes. */
 typedef struct nop_reply {

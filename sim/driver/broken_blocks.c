@@ -1,6 +1,6 @@
 #include "broken_blocks.h"
 
-#include "driver/channel/protocol.h"
+#include "contracts/protocol.h"
 
 static void put32(UCHAR* at, ULONG value) {
     RtlCopyMemory(at, &value, sizeof value);

@@ -3,7 +3,7 @@
 #ifndef SIM_DRIVER_CONNECTIONS_H
 #define SIM_DRIVER_CONNECTIONS_H
 
-#include "driver/channel/protocol.h"
+#include "contracts/protocol.h"
 
 #include <ntddk.h>
 

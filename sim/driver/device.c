@@ -3,7 +3,7 @@
 #include "pending.h"
 #include "request_log.h"
 
-#include "driver/channel/protocol.h"
+#include "contracts/protocol.h"
 
 static UNICODE_STRING device_name = RTL_CONSTANT_STRING(L"\\Device\\" VFL_DEVICE_NAME);
 static UNICODE_STRING link_name = RTL_CONSTANT_STRING(L"\\DosDevices\\" VFL_DEVICE_NAME);

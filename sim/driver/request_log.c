@@ -1,6 +1,6 @@
 #include "request_log.h"
 
-#include "driver/channel/protocol.h"
+#include "contracts/protocol.h"
 
 #define POOL_TAG 0x676c5056u /* "VPlg" */
 

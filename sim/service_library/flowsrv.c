@@ -3,7 +3,7 @@
    function returns (by default 1 for start_service_ex, and 0 for the others), a line NAME.delay=NUMBER the
    milliseconds that it takes. Built with LEAVE_OUT_<name> the library lacks that export. */
 #include "../beside_library.h"
-#include "host/service_library.h"
+#include "contracts/service_library.h"
 
 #include <stdio.h>
 #include <stdlib.h>

@@ -3,7 +3,7 @@
                                   input, because a command line can be seen by others
      set_virtual_wifi off         leave it off; the other settings stay
    Needs the right to write below HKEY_LOCAL_MACHINE. Exit code 0, or 1 with a line on standard error. */
-#include "cl/wifi/registry_values.h"
+#include "contracts/registry_values.h"
 
 #include <stdio.h>
 #include <stdlib.h>

@@ -1,6 +1,6 @@
 #include "connview/snapshot.hpp"
 
-#include "driver/channel/protocol.h"
+#include "contracts/protocol.h"
 
 #include <algorithm>
 #include <bit>

@@ -1,4 +1,4 @@
-// The driver's connection snapshot (driver/channel/protocol.h) and its folding into a connection_map.
+// The driver's connection snapshot (contracts/protocol.h) and its folding into a connection_map.
 #pragma once
 
 #include "connview/connection_map.hpp"

@@ -1,6 +1,6 @@
 #include "connview/text_table.hpp"
 
-#include "cl/file/text_convert.hpp"
+#include "cl/text/text_convert.hpp"
 
 #include <algorithm>
 #include <utility>

@@ -1,9 +1,9 @@
 #include "host/configuration.hpp"
 
-#include "cl/file/string_util.hpp"
 #include "cl/ini/cached_ini.hpp"
-#include "cl/trace/list/trace_list.hpp"
-#include "cl/trace/trace_set_up.hpp"
+#include "cl/log/trace_set_up.hpp"
+#include "cl/text/string_util.hpp"
+#include "cl/trace/trace_list.hpp"
 #include "host/host_state.hpp"
 
 namespace vfl {

@@ -1,5 +1,5 @@
-#include "driver/channel/protocol.h"
-#include "driver/client/console_client.hpp"
+#include "contracts/protocol.h"
+#include "driver/console_client.hpp"
 #include "host/host_state.hpp"
 #include "host/main_options.hpp"
 #include "host/modes.hpp"

@@ -1,6 +1,6 @@
 #include "host/main_options.hpp"
 
-#include "cl/file/string_util.hpp"
+#include "cl/text/string_util.hpp"
 
 #include <cwchar>
 

@@ -3,7 +3,8 @@
 #include "cl/format/format.hpp"
 #include "cl/os/message_box.hpp"
 #include "cl/sys/os_info.hpp"
-#include "cl/trace/list/trace_list.hpp"
+#include "cl/trace/trace_list.hpp"
+#include "contracts/service_library.h"
 #include "host/configuration.hpp"
 #include "host/host_state.hpp"
 #include "host/library_function.hpp"
@@ -11,7 +12,6 @@
 #include "host/mode_calls.hpp"
 #include "host/rights.hpp"
 #include "host/service.hpp"
-#include "host/service_library.h"
 #include "host/service_manager.hpp"
 #include "host/service_start.hpp"
 

@@ -1,8 +1,8 @@
 #include "host/service.hpp"
 
 #include "cl/format/format.hpp"
-#include "cl/time/mutex.hpp"
-#include "cl/trace/list/trace_list.hpp"
+#include "cl/os/mutex.hpp"
+#include "cl/trace/trace_list.hpp"
 #include "cl/wifi/virtual_wifi_supervisor.hpp"
 #include "host/service_answer.hpp"
 #include "host/service_manager.hpp"

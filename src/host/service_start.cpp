@@ -1,12 +1,12 @@
 #include "host/service_start.hpp"
 
 #include "cl/format/format.hpp"
+#include "cl/log/trace_set_up.hpp"
 #include "cl/sys/dynamic_entry.hpp"
-#include "cl/trace/list/trace_list.hpp"
-#include "cl/trace/trace_set_up.hpp"
+#include "cl/trace/trace_list.hpp"
+#include "contracts/service_library.h"
 #include "host/host_state.hpp"
 #include "host/library_function.hpp"
-#include "host/service_library.h"
 
 #include <memory>
 #include <new>

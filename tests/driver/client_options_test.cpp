@@ -1,4 +1,4 @@
-#include "driver/client/client_options.hpp"
+#include "driver/client_options.hpp"
 
 #include <gtest/gtest.h>
 

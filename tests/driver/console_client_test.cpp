@@ -1,12 +1,12 @@
 // The client and both transports against the scripted device, on a machine whose time the device moves.
-#include "driver/client/console_client.hpp"
+#include "driver/console_client.hpp"
 
 #include "cl/time/hrtime.hpp"
-#include "driver/channel/bin_command.hpp"
-#include "driver/channel/hex_dump.hpp"
-#include "driver/channel/protocol.h"
-#include "driver/channel/text_command.hpp"
-#include "driver/client/client_options.hpp"
+#include "contracts/protocol.h"
+#include "driver/bin_command.hpp"
+#include "driver/client_options.hpp"
+#include "driver/hex_dump.hpp"
+#include "driver/text_command.hpp"
 #include "fakes/fake_clock.hpp"
 #include "fakes/fake_console.hpp"
 #include "fakes/fake_device.hpp"

@@ -1,4 +1,4 @@
-#include "driver/channel/hex_dump.hpp"
+#include "driver/hex_dump.hpp"
 
 #include <gtest/gtest.h>
 

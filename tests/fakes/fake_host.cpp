@@ -1,12 +1,12 @@
 #include "fakes/fake_host.hpp"
 
-#include "cl/file/text_convert.hpp"
 #include "cl/format/format.hpp"
+#include "cl/text/text_convert.hpp"
 #include "cl/wifi/virtual_wifi_supervisor.hpp"
+#include "contracts/service_library.h"
 #include "host/locations.hpp"
 #include "host/mode_calls.hpp"
 #include "host/rights.hpp"
-#include "host/service_library.h"
 
 namespace {
 

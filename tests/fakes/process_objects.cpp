@@ -1,9 +1,9 @@
 // The names that the product's executable defines and the unit tests need: a log without a timer, which
 // writes each text at once, settings whose timer never fires, and a clock on a simulated machine.
 #include "cl/ini/cached_ini.hpp"
+#include "cl/log/trace_set_up.hpp"
 #include "cl/time/hrtime.hpp"
-#include "cl/trace/list/stream_trace.hpp"
-#include "cl/trace/trace_set_up.hpp"
+#include "cl/trace/stream_trace.hpp"
 #include "fakes/fake_machine.hpp"
 #include "host/host_state.hpp"
 

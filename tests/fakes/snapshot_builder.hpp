@@ -1,7 +1,7 @@
 // Builds connection snapshots as a driver would, and broken ones.
 #pragma once
 
-#include "driver/channel/protocol.h"
+#include "contracts/protocol.h"
 
 #include <cstdint>
 #include <cstring>

@@ -1,7 +1,7 @@
 // Catches what is said on the trace lists while it lives. Wide text arrives as UTF-8.
 #pragma once
 
-#include "cl/trace/list/trace_list.hpp"
+#include "cl/trace/trace_list.hpp"
 
 #include <string>
 

@@ -2,7 +2,7 @@
 #include "host/configuration.hpp"
 
 #include "cl/ini/cached_ini.hpp"
-#include "cl/trace/trace_set_up.hpp"
+#include "cl/log/trace_set_up.hpp"
 #include "fakes/fake_clock.hpp"
 #include "fakes/fake_file.hpp"
 #include "host/host_state.hpp"

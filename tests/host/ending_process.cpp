@@ -2,7 +2,7 @@
 //   ending_process WAY FOLDER
 // The exit code is 7. process_end_test starts it and reads what it leaves.
 #include "cl/ini/cached_ini.hpp"
-#include "cl/trace/trace_set_up.hpp"
+#include "cl/log/trace_set_up.hpp"
 
 #include <atomic>
 #include <cstdlib>

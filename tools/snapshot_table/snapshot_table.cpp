@@ -3,7 +3,7 @@
 // into the other, each with its table. The output is UTF-8. Exit code: 0, 1 when a block is broken, 2 when
 // there is none.
 #include "captured_blocks.hpp"
-#include "cl/file/text_convert.hpp"
+#include "cl/text/text_convert.hpp"
 #include "connview/connection_table.hpp"
 #include "connview/snapshot.hpp"
 

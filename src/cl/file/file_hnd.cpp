@@ -1,7 +1,7 @@
 #include "cl/file/file_hnd.hpp"
 
 #include "cl/file/random_gen.hpp"
-#include "cl/file/text_convert.hpp"
+#include "cl/text/text_convert.hpp"
 
 #include <algorithm>
 #include <cstring>

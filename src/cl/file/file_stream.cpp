@@ -1,6 +1,6 @@
 #include "cl/file/file_stream.hpp"
 
-#include "cl/file/ascii_run.hpp"
+#include "cl/text/ascii_run.hpp"
 
 #include <algorithm>
 #include <cstring>

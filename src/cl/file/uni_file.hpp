@@ -6,8 +6,8 @@
 // a new open clears.
 #pragma once
 
-#include "cl/file/encodings.hpp"
 #include "cl/file/file_stream.hpp"
+#include "cl/text/encodings.hpp"
 
 namespace cl {
 

@@ -1,7 +1,7 @@
 // Characters and lines of a uni_file.
-#include "cl/file/ascii_run.hpp"
-#include "cl/file/text_convert.hpp"
 #include "cl/file/uni_file.hpp"
+#include "cl/text/ascii_run.hpp"
+#include "cl/text/text_convert.hpp"
 
 #include <algorithm>
 #include <iterator>

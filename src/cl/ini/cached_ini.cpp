@@ -5,7 +5,7 @@
 #include "cl/format/format.hpp"
 #include "cl/ini/ini_merge.hpp"
 #include "cl/os/clock.hpp"
-#include "cl/trace/list/trace_list.hpp"
+#include "cl/trace/trace_list.hpp"
 
 namespace cl {
 

@@ -1,9 +1,9 @@
 #include "cl/ini/ini_file.hpp"
 
-#include "cl/file/string_util.hpp"
 #include "cl/file/uni_file.hpp"
 #include "cl/format/format.hpp"
-#include "cl/trace/list/trace_list.hpp"
+#include "cl/text/string_util.hpp"
+#include "cl/trace/trace_list.hpp"
 
 namespace cl {
 

@@ -1,6 +1,6 @@
 #include "cl/ini/ini_merge.hpp"
 
-#include "cl/file/string_util.hpp"
+#include "cl/text/string_util.hpp"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #include "cl/sys/adapters.hpp"
 
-#include "cl/file/string_util.hpp"
 #include "cl/format/value_text.hpp"
+#include "cl/text/string_util.hpp"
 
 #include <algorithm>
 #include <array>

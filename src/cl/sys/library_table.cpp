@@ -1,8 +1,8 @@
 #include "cl/sys/library_table.hpp"
 
-#include "cl/file/string_util.hpp"
-#include "cl/file/text_convert.hpp"
 #include "cl/sys/scramble.hpp"
+#include "cl/text/string_util.hpp"
+#include "cl/text/text_convert.hpp"
 
 #include <memory>
 

@@ -10,8 +10,8 @@
 #pragma once
 
 #include "cl/os/clock.hpp"
+#include "cl/os/mutex.hpp"
 #include "cl/time/event.hpp"
-#include "cl/time/mutex.hpp"
 #include "cl/time/statistics.hpp"
 #include "cl/time/timer_entry.hpp"
 

@@ -2,7 +2,7 @@
 
 #include "cl/format/format.hpp"
 #include "cl/os/clock.hpp"
-#include "cl/trace/list/trace_list.hpp"
+#include "cl/trace/trace_list.hpp"
 
 #include <algorithm>
 #include <atomic>

@@ -1,8 +1,8 @@
 #include "cl/time/hrtime.hpp"
 
-#include "cl/file/text_convert.hpp"
 #include "cl/format/format.hpp"
-#include "cl/trace/list/trace_list.hpp"
+#include "cl/text/text_convert.hpp"
+#include "cl/trace/trace_list.hpp"
 
 namespace cl {
 

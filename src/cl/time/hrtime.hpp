@@ -3,9 +3,9 @@
 // processor's counter is measured); later readings cost what the source costs.
 #pragma once
 
+#include "cl/os/mutex.hpp"
+#include "cl/sys/system_facts.hpp"
 #include "cl/time/clock_sources.hpp"
-#include "cl/time/mutex.hpp"
-#include "cl/time/system_facts.hpp"
 #include "cl/time/time_source.hpp"
 
 #include <atomic>

@@ -1,8 +1,8 @@
 #include "cl/trace/console_trace.hpp"
 
 #include "cl/os/message_box.hpp"
-#include "cl/trace/list/console.hpp"
-#include "cl/trace/list/stream_trace.hpp"
+#include "cl/trace/console.hpp"
+#include "cl/trace/stream_trace.hpp"
 
 namespace cl {
 

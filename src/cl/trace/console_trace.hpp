@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cl/trace/list/trace_list.hpp"
+#include "cl/trace/trace_list.hpp"
 
 namespace cl {
 

@@ -3,7 +3,7 @@
 // granted.
 #pragma once
 
-#include "cl/file/text_convert.hpp"
+#include "cl/text/text_convert.hpp"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,8 +1,8 @@
 // Bytes of INI files in any encoding, and a disk in memory with a timer that is driven by hand.
 #pragma once
 
-#include "cl/file/encodings.hpp"
 #include "cl/ini/cached_ini.hpp"
+#include "cl/text/encodings.hpp"
 #include "fakes/fake_clock.hpp"
 #include "fakes/fake_file.hpp"
 #include "fakes/simulated_timer.hpp"

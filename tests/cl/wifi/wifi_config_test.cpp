@@ -2,8 +2,8 @@
 #include "cl/sys/os_info.hpp"
 #include "cl/sys/registry_key.hpp"
 #include "cl/wifi/passphrase.hpp"
-#include "cl/wifi/registry_values.h"
 #include "cl/wifi/wifi_config.hpp"
+#include "contracts/registry_values.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>

@@ -1,0 +1,15 @@
+#include "cl/log/debug_trace.hpp"
+
+#include "cl/os/debugger.hpp"
+
+namespace cl {
+
+debug_trace::~debug_trace() {
+    debug_trace::flush(false);
+}
+
+void debug_trace::emit(const char* text) {
+    os::debug_text(text);
+}
+
+} // namespace cl
