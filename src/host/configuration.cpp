@@ -5,6 +5,7 @@
 #include "cl/text/string_util.hpp"
 #include "cl/trace/trace_list.hpp"
 #include "host/host_state.hpp"
+#include "product/names.hpp"
 
 namespace vfl {
 
@@ -21,12 +22,12 @@ constexpr std::int32_t ring_min = 0x40000, ring_max = 0x1000000, flush_at = 0x10
 
 bool is_trace_on() {
     std::wstring text;
-    return !cl::global_ini.get_value(L"param", L"trace", text) || cl::parse_int(text, false) != 0;
+    return !cl::global_ini.get_value(host_section, trace_key, text) || cl::parse_int(text, false) != 0;
 }
 
 std::uint64_t max_trace_size() {
     std::wstring text;
-    if (!cl::global_ini.get_value(L"param", L"max_trace_size", text))
+    if (!cl::global_ini.get_value(host_section, max_trace_size_key, text))
         return default_max_trace_size;
     // A negative size is sign-extended, and so no limit at all.
     return static_cast<std::uint64_t>(std::int64_t{cl::parse_int(text, false)});
@@ -35,7 +36,7 @@ std::uint64_t max_trace_size() {
 } // namespace
 
 void configure_host() {
-    cl::global_ini.set_file(data_dir + L"global.ini", true);
+    cl::global_ini.set_file(data_dir + settings_file_name, true);
     {
         const cl::mutex_auto scope(cl::global_ini.lock, true);
         cl::global_ini.check_interval = check_interval_ms;
@@ -51,8 +52,8 @@ void configure_trace() {
         cl::trace_file.discard(true);
         return;
     }
-    cl::trace_file.set_path(data_dir + L"trace.txt");
-    cl::trace_file.set_old_path(data_dir + L"trace_old.txt", max_trace_size());
+    cl::trace_file.set_path(data_dir + log_file_name);
+    cl::trace_file.set_old_path(data_dir + old_log_file_name, max_trace_size());
     cl::trace_file.set_buffer(ring_min, ring_max, flush_at, true);
     cl::trace_file.set_write_through(false);
     cl::trace_file.set_stamps(true, true);

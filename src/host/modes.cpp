@@ -8,19 +8,19 @@
 #include "host/configuration.hpp"
 #include "host/host_state.hpp"
 #include "host/library_function.hpp"
-#include "host/locations.hpp"
 #include "host/mode_calls.hpp"
-#include "host/rights.hpp"
 #include "host/service.hpp"
 #include "host/service_manager.hpp"
 #include "host/service_start.hpp"
+#include "product/locations.hpp"
+#include "product/names.hpp"
+#include "product/rights.hpp"
 
 namespace vfl {
 
 namespace {
 
 constexpr std::uint32_t windows_7 = 601;
-constexpr wchar_t product_word[] = L"vexaflow";
 
 void say_not_loaded(const wchar_t* format) {
     cl::trace_out((cl::basic_format<wchar_t>(format) << dll_path).str());
@@ -79,7 +79,7 @@ int run_install_driver() {
     }
     initialize_com();
     const std::uint32_t code =
-        install.call(install_dir.c_str(), (data_dir + L"trace.txt").c_str(), VFL_CALL_TOKEN);
+        install.call(install_dir.c_str(), (data_dir + log_file_name).c_str(), VFL_CALL_TOKEN);
     uninitialize_com();
     // Deliberate: a failed installation that could be called is no failure of the program.
     cl::trace_out((cl::basic_format<char>("Driver installation finished with code %u\n") << code).str());
@@ -93,7 +93,7 @@ int run_uninstall_driver() {
         return 1;
     }
     initialize_com();
-    const std::uint32_t code = uninstall.call((data_dir + L"trace.txt").c_str(), VFL_CALL_TOKEN);
+    const std::uint32_t code = uninstall.call((data_dir + log_file_name).c_str(), VFL_CALL_TOKEN);
     uninitialize_com();
     cl::trace_out((cl::basic_format<char>("Driver uninstallation finished with code %u\n") << code).str());
     return 0;

@@ -1,15 +1,16 @@
 #include "host/service_manager.hpp"
 
 #include "cl/sys/dynamic_entry.hpp"
+#include "product/names.hpp"
 
 #include <atomic>
+#include <string>
 #include <windows.h>
 
 namespace vfl {
 
 namespace {
 
-constexpr char service_name[] = "VexaFlowS";
 constexpr DWORD accepted_controls =
     SERVICE_ACCEPT_STOP | SERVICE_ACCEPT_POWEREVENT | SERVICE_ACCEPT_SESSIONCHANGE;
 
@@ -29,8 +30,8 @@ DWORD WINAPI dispatcher_handler(DWORD control, DWORD event_type, LPVOID data, LP
 
 std::uint32_t run_dispatcher(service_main_function body) {
     service_body = body;
-    char name[] = "VexaFlowS";
-    const SERVICE_TABLE_ENTRYA table[] = {{name, dispatcher_main}, {nullptr, nullptr}};
+    std::string name = service_name; // the table wants a text that may be written to
+    const SERVICE_TABLE_ENTRYA table[] = {{name.data(), dispatcher_main}, {nullptr, nullptr}};
     return StartServiceCtrlDispatcherA(table) ? 0 : GetLastError();
 }
 

@@ -4,9 +4,9 @@
 #include "cl/text/text_convert.hpp"
 #include "cl/wifi/virtual_wifi_supervisor.hpp"
 #include "contracts/service_library.h"
-#include "host/locations.hpp"
 #include "host/mode_calls.hpp"
-#include "host/rights.hpp"
+#include "product/locations.hpp"
+#include "product/rights.hpp"
 
 namespace {
 

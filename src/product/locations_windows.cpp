@@ -1,9 +1,9 @@
-#include "host/locations.hpp"
+#include "product/locations.hpp"
 
 #include "cl/sys/dynamic_entry.hpp"
 #include "cl/sys/registry_key.hpp"
 #include "cl/text/string_util.hpp"
-#include "host/directory_chain.hpp"
+#include "product/directory_chain.hpp"
 
 #include <objbase.h>
 #include <windows.h>

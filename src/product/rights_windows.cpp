@@ -1,4 +1,4 @@
-#include "host/rights.hpp"
+#include "product/rights.hpp"
 
 #include "cl/sys/dynamic_entry.hpp"
 

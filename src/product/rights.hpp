@@ -1,4 +1,4 @@
-// What the user may do.
+// Administrator check.
 #pragma once
 
 namespace vfl {

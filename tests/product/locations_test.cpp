@@ -1,8 +1,8 @@
 // Folders, registry and rights of the real system.
-#include "host/locations.hpp"
+#include "product/locations.hpp"
 
 #include "cl/sys/library_table.hpp"
-#include "host/rights.hpp"
+#include "product/rights.hpp"
 
 #include <filesystem>
 #include <fstream>

@@ -1,4 +1,4 @@
-#include "host/directory_chain.hpp"
+#include "product/directory_chain.hpp"
 
 #include <gtest/gtest.h>
 #include <set>
