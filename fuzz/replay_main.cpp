@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace {
@@ -30,6 +31,7 @@ bool replay(const std::filesystem::path& path) {
 } // namespace
 
 int main(int argc, char** argv) {
+    LLVMFuzzerInitialize(&argc, &argv);
     int passed = 0, failed = 0;
     const auto count = [&](const std::filesystem::path& path) { ++(replay(path) ? passed : failed); };
     for (int i = 1; i < argc; ++i) {

@@ -1,4 +1,4 @@
-#include "cl/sys/smbios.hpp"
+#include "cl/sys/smbios_round.hpp"
 
 #include <cstdint>
 #include <gtest/gtest.h>
@@ -64,6 +64,10 @@ TEST(smbios, items_of_a_table) {
         const std::vector<char> bytes(r.table.begin(), r.table.end());
         EXPECT_EQ(cl::smbios_items(std::as_bytes(std::span(bytes))), r.items) << r.name;
     }
+}
+
+TEST(smbios, rounds) {
+    run_seeds(200, smbios_round);
 }
 
 } // namespace
