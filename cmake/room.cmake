@@ -15,3 +15,13 @@ function(room name)
     target_link_libraries(${name} INTERFACE ${ARG_LINK})
   endif()
 endfunction()
+
+# program(NAME): a program of the product, at the top of the build folder. Its symbols go to a file beside it that
+# debuggers find by its name and checksum.
+function(program name)
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
+  add_custom_command(TARGET ${name} POST_BUILD WORKING_DIRECTORY ${CMAKE_BINARY_DIR}
+    COMMAND ${CMAKE_OBJCOPY} --preserve-dates --only-keep-debug ${name}.exe ${name}.exe.debug
+    COMMAND ${CMAKE_OBJCOPY} --preserve-dates --strip-all --add-gnu-debuglink=${name}.exe.debug ${name}.exe
+    BYPRODUCTS ${CMAKE_BINARY_DIR}/${name}.exe.debug VERBATIM)
+endfunction()

@@ -4,6 +4,7 @@
 # what the script itself does it says on standard error, and it exits with 2 when it fails.
 # vfl.sh --service install|start|query|stop|log|remove: the same for the service "VexaFlowS", which runs in the prefix
 # with the stand-in service library. `log` prints the service's log and the calls that reached the library.
+# vfl.sh --ctl ARGS: runs vflctl.exe ARGS in the same prefix.
 # vfl.sh --stop: ends the prefix with the driver in it.
 . "$(dirname "$(readlink -f "$0")")/lib.sh"
 
@@ -20,7 +21,7 @@ fi
 
 # shellcheck disable=SC2086
 need_packages $PRODUCT_PACKAGES
-build_preset windows vfl.exe sim/vexaflow.sys || exit 2
+build_preset windows vfl.exe vflctl.exe sim/vexaflow.sys || exit 2
 wine_prefix demo
 load_driver "$ROOT/build/windows/sim/vexaflow.sys"
 
@@ -47,4 +48,6 @@ if [ "${1-}" = --service ]; then
     exit "${PIPESTATUS[0]}"
 fi
 
-exec "$W" "$ROOT/build/windows/vfl.exe" "$@"
+program=vfl
+[ "${1-}" = --ctl ] && { program=vflctl; shift; }
+exec "$W" "$ROOT/build/windows/$program.exe" "$@"

@@ -19,8 +19,12 @@ bool read_install_dir(const std::wstring& product, std::wstring& out);
 // A known folder of the system; empty on failure.
 std::wstring known_folder_path(const cl::guid& folder);
 
-// The folder that all users share for the data of `product`, created if need be. Empty, so that data files
-// become relative to the current folder, when the system doesn't tell where it is.
+// The folder that all users share for the data of `product`, whether it exists or not; empty when the system
+// doesn't tell where it is.
+std::wstring data_folder(const std::wstring& product);
+
+// The same folder, created if need be. Empty, so that data files become relative to the current folder, when
+// the system doesn't tell where it is.
 std::wstring common_data_dir(const std::wstring& product);
 
 // Creates the folder and those above it that are missing; see directory_chain.hpp.

@@ -69,14 +69,17 @@ std::wstring known_folder_path(const cl::guid& folder) {
     return path;
 }
 
+std::wstring data_folder(const std::wstring& product) {
+    const std::wstring path = known_folder_path(program_data_folder);
+    return path.empty() ? path : path + L"Vexa\\" + product + L"\\";
+}
+
 std::wstring common_data_dir(const std::wstring& product) {
-    std::wstring path = known_folder_path(program_data_folder);
-    if (path.empty())
-        return path;
-    path += L"Vexa\\" + product;
+    std::wstring path = data_folder(product);
     // A failure shows when files can't be written.
-    create_directory_chain(path);
-    return cl::with_backslash(std::move(path));
+    if (!path.empty())
+        create_directory_chain(path);
+    return path;
 }
 
 bool create_directory_chain(const std::wstring& path) {
