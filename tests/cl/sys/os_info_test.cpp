@@ -1,5 +1,6 @@
 #include "cl/sys/os_edition.hpp"
 #include "cl/sys/os_info.hpp"
+#include "rows.hpp"
 
 #include <gtest/gtest.h>
 
@@ -24,58 +25,16 @@ os_facts system_of(std::uint32_t version, std::uint32_t build, std::uint32_t pro
 }
 
 TEST(os_info, edition_words) {
-    constexpr std::uint32_t workstation = 1, controller = 2, server = 3;
-    struct row {
-        const wchar_t* words;
-        std::uint32_t version, product_type, suite;
-        bool server_r2 = false, media_center = false, starter = false;
-    };
-    const row rows[] = {
-        {L"", 1000, workstation, 0x100},
-        {L" Workstation", 400, workstation, 0},
-        {L" Professional", 501, workstation, 0},
-        {L" Home", 501, workstation, 0x200},
-        {L" Professional Home", 500, workstation, 0x200},
-        {L" Server", 500, server, 0},
-        {L" Advanced Server", 500, server, 2},
-        {L" Datacenter Server", 500, server, 0x80},
-        {L" Professional Datacenter Server", 500, workstation, 0x80},
-        {L" Server 2003", 502, server, 0},
-        {L" Server 2003 R2", 502, server, 0, true},
-        {L" Home Server", 502, server, 0x8000, true},
-        {L" Home Server 2003", 502, server, 0x8040},
-        {L" Domain Controller", 502, controller, 0},
-        {L" Home Domain Controller", 502, controller, 0x8000},
-        {L" Server 2008", 600, server, 0},
-        {L" Domain Controller 2008", 600, controller, 0},
-        {L" Server 2008 R2", 601, server, 0},
-        {L" Server 2012", 602, server, 0},
-        {L" Server", 1000, server, 0},
-        {L" Restricted Small Business Server 2008 R2", 601, server, 0x21},
-        {L" Small Business Server", 1000, workstation, 1},
-        {L" BackOffice Terminal Services", 1000, workstation, 0x14},
-        {L" Datacenter Server 2008 Edition", 600, server, 0x80},
-        {L" Server 2008 R2 Web Enterprise Compute Cluster Edition", 601, server, 0x4402},
-        {L" Home Media Center Edition", 501, workstation, 0x200, false, true},
-        {L"", 601, workstation, 0, true, true},
-        {L" Starter Edition", 601, workstation, 0, false, false, true},
-        {L" Web Starter Edition", 601, workstation, 0x400, false, false, true},
-        {L" Web Edition Security Appliance", 601, workstation, 0x1400},
-    };
-    for (const row& r : rows) {
-        SCOPED_TRACE(testing::Message()
-                     << r.version << " type " << r.product_type << " suite " << std::hex << r.suite);
-        os_facts f = system_of(r.version, 1, r.product_type, r.suite);
-        f.server_r2 = r.server_r2;
-        f.media_center = r.media_center;
-        f.starter = r.starter;
-        EXPECT_EQ(cl::edition_words(f, r.version), r.words);
-    }
-    // Behind a mask the version and the shown numbers part: each rule goes by its own.
-    os_facts masked = system_of(400, 1381, workstation);
-    EXPECT_EQ(cl::edition_words(masked, 1000), L" Workstation");
-    masked = system_of(500, 2195, server, 2);
-    EXPECT_EQ(cl::edition_words(masked, 601), L" Server 2008 R2") << "no Enterprise where 5.0 is shown";
+    for_rows("os_edition.tsv", [](const row& r) {
+        const auto number = [&r](const char* column) { return static_cast<std::uint32_t>(r.number(column)); };
+        const std::uint32_t version = number("version"), shown = number("shown");
+        os_facts f = system_of(shown ? shown : version, 1, number("kind"), number("suite"));
+        const std::string flags = r.text("flags");
+        f.server_r2 = flags.find('r') != flags.npos;
+        f.media_center = flags.find('m') != flags.npos;
+        f.starter = flags.find('s') != flags.npos;
+        EXPECT_EQ(cl::edition_words(f, version), r.wide("words"));
+    });
 }
 
 TEST(os_info, texts) {
