@@ -99,11 +99,12 @@ bool file_hnd::open(const std::wstring& path, std::uint32_t flags, std::uint32_t
         return false;
     }
     last_error = os::open_file(path.c_str(), request, handle);
-    mode = (flags & 3) == open_read ? can_read : (flags & 3) == open_write ? can_write : can_read | can_write;
+    const std::uint32_t access = flags & open_access_mask;
+    mode = access == open_read ? can_read : access == open_write ? can_write : can_read | can_write;
     if (!is_open())
         return false;
     if (flags & open_append)
-        seek(0, 2);
+        seek(0, os::from_end);
     return true;
 }
 
@@ -121,7 +122,7 @@ std::int64_t file_hnd::seek(std::int64_t offset, std::uint32_t origin) {
 }
 
 std::int64_t file_hnd::tell() {
-    return move_pointer(0, 1);
+    return move_pointer(0, os::from_position);
 }
 
 std::int64_t file_hnd::read(void* buf, std::int64_t n) {
@@ -197,7 +198,7 @@ bool file_hnd::get_char(wchar_t* out) {
     *out = wide[0];
     char back[max_char_bytes + 1];
     wide_to_ansi_buf(back, wide, sizeof back);
-    seek(static_cast<std::int64_t>(std::strlen(back)) - got, 1);
+    seek(static_cast<std::int64_t>(std::strlen(back)) - got, os::from_position);
     return true;
 }
 

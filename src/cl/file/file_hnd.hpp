@@ -52,8 +52,7 @@ public:
     virtual bool open(const std::wstring& path, std::uint32_t flags, std::uint32_t share);
     virtual ~file_hnd();
     virtual bool is_open();
-    // Moves to `offset` bytes from the start (origin 0), the position (1) or the end (2). Returns the new
-    // position or -1.
+    // Moves to `offset` bytes from an os::seek_origin. Returns the new position or -1.
     virtual std::int64_t seek(std::int64_t offset, std::uint32_t origin);
     // Deliberate: while a byte is pushed back the position is one too far.
     virtual std::int64_t tell();

@@ -75,7 +75,7 @@ std::int64_t file_stream::seek(std::int64_t offset, std::uint32_t origin) {
 
 std::int64_t file_stream::tell() {
     sync();
-    return move_pointer(0, 1);
+    return move_pointer(0, os::from_position);
 }
 
 std::int64_t file_stream::read(void* to, std::int64_t n) {
@@ -151,7 +151,7 @@ bool file_stream::sync() {
         return true;
     }
     if (read_pos != read_end) {
-        move_pointer(read_pos - read_end, 1);
+        move_pointer(read_pos - read_end, os::from_position);
         drop_pushback();
         read_pos = read_end = buf.get();
     }

@@ -17,7 +17,7 @@ os::file_disposition disposition_of(std::uint32_t flags) {
 } // namespace
 
 bool map_open_flags(std::uint32_t flags, std::uint32_t share, os::file_request& request) {
-    switch (flags & 3) {
+    switch (flags & open_access_mask) {
     case open_read:
         request.access = os::access_read;
         break;

@@ -13,7 +13,8 @@ namespace cl {
 enum open_flags : std::uint32_t {
     open_read = 0,
     open_write = 1,
-    open_read_write = 2, // 3 is refused
+    open_read_write = 2,
+    open_access_mask = 3, // the bits of the three above; as a value it is refused
     open_append = 0x0008,
     open_random = 0x0010,
     open_sequential = 0x0020, // the default; wins over open_random

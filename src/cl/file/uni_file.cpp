@@ -23,14 +23,14 @@ bool uni_file::open_as(const std::wstring& path, std::uint32_t flags, std::uint3
         return false;
     const bool detected = detect_encoding(default_encoding);
     if (flags & open_append)
-        seek(0, 2);
+        seek(0, os::from_end);
     return detected;
 }
 
 bool uni_file::to_start() {
     sync();
     drop_pushback();
-    return move_pointer(0, 0) == 0;
+    return move_pointer(0, os::from_start) == 0;
 }
 
 bool uni_file::detect_encoding(std::uint32_t default_encoding) {
@@ -64,7 +64,7 @@ bool uni_file::detect_encoding(std::uint32_t default_encoding) {
         if (last_error == 0)
             last_error = kept_error;
         set_encoding(found, false);
-        seek(0, 0);
+        seek(0, os::from_start);
         return true;
     }
     // A file that can't be read may have content: nothing is written over it.
@@ -75,7 +75,7 @@ bool uni_file::detect_encoding(std::uint32_t default_encoding) {
         return true;
     set_encoding(default_encoding, false);
     sync();
-    if (move_pointer(0, 0) == 0 && bom_len) {
+    if (move_pointer(0, os::from_start) == 0 && bom_len) {
         write(byte_order_mark(encoding).data(), bom_len);
         sync();
     }
@@ -94,7 +94,7 @@ bool uni_file::set_encoding(std::uint32_t value, bool no_bom) {
 
 bool uni_file::write_bom() {
     sync();
-    if (move_pointer(0, 0) != 0)
+    if (move_pointer(0, os::from_start) != 0)
         return false;
     bool written = true;
     if (bom_len) {
@@ -109,13 +109,13 @@ std::int64_t uni_file::seek(std::int64_t offset, std::uint32_t origin) {
     drop_char_pushback();
     sync();
     drop_pushback();
-    const std::int64_t raw = move_pointer(origin == 0 ? offset + bom_len : offset, origin);
+    const std::int64_t raw = move_pointer(origin == os::from_start ? offset + bom_len : offset, origin);
     return raw < 0 ? -1 : raw - bom_len;
 }
 
 std::int64_t uni_file::tell() {
     sync();
-    const std::int64_t raw = move_pointer(0, 1);
+    const std::int64_t raw = move_pointer(0, os::from_position);
     return raw < 0 ? -1 : raw - bom_len;
 }
 
@@ -124,7 +124,7 @@ bool uni_file::copy_to(uni_file& dst, bool rewind_both) {
         // What a sync couldn't write is lost, and the rest is copied all the same. Deliberate.
         sync();
         dst.sync();
-        if (move_pointer(0, 0) != 0 || dst.move_pointer(0, 0) != 0)
+        if (move_pointer(0, os::from_start) != 0 || dst.move_pointer(0, os::from_start) != 0)
             return false;
     }
     const auto block = std::make_unique<char[]>(copy_block);

@@ -4,6 +4,8 @@
 // folders.
 #pragma once
 
+#include "cl/os/error.hpp"
+
 #include <cstdint>
 
 namespace cl::os {
@@ -45,18 +47,8 @@ struct file_request {
     bool inheritable = false; // child processes that inherit handles get this one too
 };
 
-// The errors that callers tell apart or that the tests expect.
-inline constexpr std::uint32_t error_not_found = 2;
-inline constexpr std::uint32_t error_path_not_found = 3;
-inline constexpr std::uint32_t error_access_denied = 5;
-inline constexpr std::uint32_t error_invalid_handle = 6;
-inline constexpr std::uint32_t error_sharing = 32;
-inline constexpr std::uint32_t error_exists = 80;
-inline constexpr std::uint32_t error_invalid_parameter = 87;
-inline constexpr std::uint32_t error_disk_full = 112;
-inline constexpr std::uint32_t error_invalid_name = 123;
-inline constexpr std::uint32_t error_negative_seek = 131;
-inline constexpr std::uint32_t error_already_exists = 183;
+// Where an offset counts from.
+enum seek_origin : std::uint32_t { from_start = 0, from_position = 1, from_end = 2 };
 
 // On failure `file` becomes invalid_file. A folder can't be opened (error_access_denied).
 std::uint32_t open_file(const wchar_t* path, const file_request& request, file_handle& file);
@@ -67,8 +59,8 @@ std::uint32_t close_file(file_handle file);
 std::uint32_t read_file(file_handle file, void* buf, std::uint32_t n, std::uint32_t& count);
 std::uint32_t write_file(file_handle file, const void* buf, std::uint32_t n, std::uint32_t& count);
 
-// Moves the position to `offset` bytes from the start (origin 0), the position (1) or the end (2), beyond the
-// end too, and returns it in `position`. On failure both keep their values.
+// Moves the position to `offset` bytes from a seek_origin, beyond the end too, and returns it in `position`.
+// On failure both keep their values.
 std::uint32_t seek_file(file_handle file, std::int64_t offset, std::uint32_t origin, std::int64_t& position);
 
 // Cuts or extends the file to its position.

@@ -1,8 +1,9 @@
 #include "cl/sys/cpu_info.hpp"
 
+#include "cl/os/never_destroyed.hpp"
+
 #include <cpuid.h>
 #include <cstring>
-#include <memory>
 
 namespace cl {
 
@@ -37,12 +38,11 @@ std::string normalise(const char* brand) {
     return text;
 }
 
-// Constant-initialised storage, so that the record is readable at any time of the process's life.
-alignas(cpu_record) constinit unsigned char storage[sizeof(cpu_record)]{};
+constinit never_destroyed<cpu_record> this_processor;
 
 } // namespace
 
-cpu_record& cpu_info = reinterpret_cast<cpu_record&>(storage);
+cpu_record& cpu_info = this_processor.get();
 
 cpu_registers cpuid(std::uint32_t leaf, std::uint32_t subleaf) {
     cpu_registers r{};
@@ -84,7 +84,7 @@ cpu_record make_cpu_record(cpu_registers (*leaf)(std::uint32_t leaf, std::uint32
 }
 
 void fill_cpu_info() {
-    std::construct_at(&cpu_info, make_cpu_record(cpuid));
+    this_processor.create(make_cpu_record(cpuid));
 }
 
 } // namespace cl

@@ -4,13 +4,13 @@
 
 namespace cl {
 
-dynamic_entry::dynamic_entry(std::wstring library_name, std::string function_name)
+dynamic_entry::dynamic_entry(std::wstring library_name, std::string function_name, library_table& table)
     : library(std::move(library_name)), function(std::move(function_name)),
-      address(bind_entry_point(libraries, library, function, true)) {}
+      address(bind_entry_point(table, library, function, true)), table_(table) {}
 
 dynamic_entry::~dynamic_entry() {
     if (address)
-        release_library(libraries, library);
+        release_library(table_, library);
 }
 
 } // namespace cl

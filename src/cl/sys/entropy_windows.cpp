@@ -5,7 +5,8 @@
 #include "cl/sys/entropy.hpp"
 
 #include "cl/file/random_gen.hpp"
-#include "cl/sys/dynamic_entry.hpp"
+#include "cl/os/never_destroyed.hpp"
+#include "cl/sys/bound_function.hpp"
 #include "cl/sys/registry_key.hpp"
 #include "cl/sys/seed_text.hpp"
 
@@ -27,20 +28,6 @@ constexpr DWORD name_chars = 64;             // of a user or a computer, with it
 constexpr std::size_t adapter_bytes = 11264; // room for the list of adapters
 constexpr int secure_values = 8;
 constexpr DWORD smbios_provider = 0x52534D42; // "RSMB"
-
-// The binding lives as long as the process, and so does the text below, which is made once.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wpragmas"
-#pragma GCC diagnostic ignored "-Wexit-time-destructors"
-const dynamic_entry& firmware_entry() {
-    static const dynamic_entry entry(L"KERNEL32.DLL", "GetSystemFirmwareTable");
-    return entry;
-}
-std::string& entropy_cache() {
-    static std::string text;
-    return text;
-}
-#pragma GCC diagnostic pop
 
 guid fresh_guid() {
     static_assert(sizeof(guid) == sizeof(UUID));
@@ -136,7 +123,9 @@ std::vector<std::uint32_t> read_secure() {
 }
 
 std::vector<std::byte> read_firmware() {
-    const auto query = firmware_entry().as<UINT(WINAPI*)(DWORD, DWORD, void*, DWORD)>();
+    static never_destroyed<bound_function<UINT WINAPI(DWORD, DWORD, void*, DWORD)>> bound(
+        std::in_place, L"KERNEL32.DLL", "GetSystemFirmwareTable");
+    const auto& query = *bound;
     if (!query)
         return {};
     std::vector<std::byte> table(query(smbios_provider, 0, nullptr, 0));
@@ -187,10 +176,10 @@ moment read_moment() {
 } // namespace
 
 std::string entropy_text(bool refresh) {
-    std::string& cache = entropy_cache();
-    if (refresh || cache.empty())
-        cache = stable_seed_text(os_info, cpu_info, read_identity());
-    return cache + varying_seed_text(read_moment());
+    static never_destroyed<std::string> cache(std::in_place); // made once
+    if (refresh || cache->empty())
+        *cache = stable_seed_text(os_info, cpu_info, read_identity());
+    return *cache + varying_seed_text(read_moment());
 }
 
 md5_digest seed_digest(bool refresh) {

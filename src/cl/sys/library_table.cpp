@@ -1,10 +1,9 @@
 #include "cl/sys/library_table.hpp"
 
+#include "cl/os/never_destroyed.hpp"
 #include "cl/sys/scramble.hpp"
 #include "cl/text/string_util.hpp"
 #include "cl/text/text_convert.hpp"
-
-#include <memory>
 
 namespace cl {
 
@@ -12,26 +11,15 @@ namespace {
 
 constexpr char scramble_mark = '.';
 
-class section_guard {
-public:
-    explicit section_guard(os::critical_section& section) : section_(section) { section_.enter(); }
-    ~section_guard() { section_.leave(); }
-    section_guard(const section_guard&) = delete;
-    section_guard& operator=(const section_guard&) = delete;
-
-private:
-    os::critical_section& section_;
-};
-
 // Never destroyed: bindings may be released at the very end of the process, and by any thread.
-alignas(library_table) constinit unsigned char storage[sizeof(library_table)]{};
+constinit never_destroyed<library_table> process_libraries;
 
 } // namespace
 
-library_table& libraries = reinterpret_cast<library_table&>(storage);
+library_table& libraries = process_libraries.get();
 
 void create_libraries(const module_calls& calls) {
-    std::construct_at(&libraries, calls);
+    process_libraries.create(calls);
 }
 
 module_handle library_table::load_library(const std::wstring& library) {
@@ -64,7 +52,7 @@ entry_point bind_entry_point(library_table& table, const std::wstring& library, 
                              bool release_if_missing) {
     module_handle module = nullptr;
     {
-        const section_guard lock(table.lock_);
+        const mutex_auto lock(table.lock_, true);
         const auto [place, added] = table.records_.try_emplace(library);
         if (added)
             place->second.module = table.load_library(library);
@@ -89,7 +77,7 @@ entry_point bind_entry_point(library_table& table, const std::wstring& library, 
 }
 
 void release_library(library_table& table, const std::wstring& library) {
-    const section_guard lock(table.lock_);
+    const mutex_auto lock(table.lock_, true);
     const auto place = table.records_.find(library);
     if (place == table.records_.end() || --place->second.references != 0)
         return;

@@ -2,7 +2,7 @@
 // reached through here. One counted record for each library; the library is unloaded with its last binding.
 #pragma once
 
-#include "cl/os/sync.hpp"
+#include "cl/os/mutex.hpp"
 
 #include <atomic>
 #include <cstdint>
@@ -47,7 +47,7 @@ private:
     module_handle load_library(const std::wstring& library);
 
     const module_calls& calls_;
-    os::critical_section lock_;
+    mutex lock_;
     std::map<std::wstring, record> records_;
     // Fetched at the first load from a folder, each with a trailing backslash or empty.
     std::wstring system_folder_, windows_folder_;

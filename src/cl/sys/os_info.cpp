@@ -1,9 +1,9 @@
 #include "cl/sys/os_info.hpp"
 
-#include "cl/format/format.hpp"
+#include "cl/format/text.hpp"
+#include "cl/os/never_destroyed.hpp"
 #include "cl/sys/os_edition.hpp"
 
-#include <memory>
 #include <string_view>
 
 namespace cl {
@@ -66,31 +66,27 @@ std::wstring service_pack_text(const os_record& os) {
     if (os.version_masked || os.sp_value == 0)
         return {};
     if (os.sp_value % 100 == 0)
-        return (basic_format<wchar_t>(L", SP%?") << os.sp_value / 100).str();
-    return (basic_format<wchar_t>(L", SP%,.2?") << os.sp_value).str();
+        return text(L", SP%?", os.sp_value / 100);
+    return text(L", SP%,.2?", os.sp_value);
 }
 
 void set_texts(os_record& os) {
     const std::wstring sp = service_pack_text(os);
     std::wstring procs;
     if (os.processors != 1)
-        procs = (basic_format<wchar_t>(L" (%u procs)") << os.processors).str();
+        procs = text(L" (%u procs)", os.processors);
     // A product that took the short name has " (x64)" twice; that stays.
-    os.description =
-        (basic_format<wchar_t>(L"%?%?%? v%,.2?.%?%?%?, LangId %04x")
-         << os.product << x64 << procs << os.version << os.build << os.edition << sp << os.lang_id)
-            .str();
-    os.product_text = (basic_format<wchar_t>(L"%?%?") << os.product << procs).str();
-    os.version_text =
-        (basic_format<wchar_t>(L"%,.2?.%?%?%?%?") << os.version << os.build << os.edition << sp << x64).str();
+    os.description = text(L"%?%?%? v%,.2?.%?%?%?, LangId %04x", os.product, x64, procs, os.version, os.build,
+                          os.edition, sp, os.lang_id);
+    os.product_text = os.product + procs;
+    os.version_text = text(L"%,.2?.%?%?%?%?", os.version, os.build, os.edition, sp, x64);
 }
 
-// Constant-initialised storage, so that the record is readable at any time of the process's life.
-alignas(os_record) constinit unsigned char storage[sizeof(os_record)]{};
+constinit never_destroyed<os_record> this_system;
 
 } // namespace
 
-os_record& os_info = reinterpret_cast<os_record&>(storage);
+os_record& os_info = this_system.get();
 
 os_record make_os_record(const os_facts& facts) {
     os_record os;
@@ -123,7 +119,7 @@ os_record make_os_record(const os_facts& facts) {
 }
 
 void fill_os_info(const os_facts& facts) {
-    std::construct_at(&os_info, make_os_record(facts));
+    this_system.create(make_os_record(facts));
 }
 
 } // namespace cl

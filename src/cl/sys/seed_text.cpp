@@ -1,6 +1,6 @@
 #include "cl/sys/seed_text.hpp"
 
-#include "cl/format/format.hpp"
+#include "cl/format/text.hpp"
 #include "cl/sys/blowfish.hpp"
 #include "cl/sys/md5.hpp"
 #include "cl/sys/smbios.hpp"
@@ -13,9 +13,8 @@ namespace {
 class item_list {
 public:
     template <class... Values>
-    item_list& operator()(const char* format, const Values&... values) {
-        basic_strformat<char> f(text_, format);
-        (f << ... << values);
+    item_list& operator()(checked_format<char, sizeof...(Values)> format, const Values&... values) {
+        text_ += text(format, values...);
         return *this;
     }
     template <class Value>

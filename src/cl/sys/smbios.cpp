@@ -1,6 +1,6 @@
 #include "cl/sys/smbios.hpp"
 
-#include "cl/format/format.hpp"
+#include "cl/format/text.hpp"
 #include "cl/format/value_text.hpp"
 
 #include <algorithm>
@@ -130,7 +130,7 @@ std::string smbios_items(std::span<const std::byte> table) {
     while (const std::optional<structure> s = take_structure(rest)) {
         if (!types.empty())
             types += '-';
-        types += (basic_format<char>("%?") << s->type).str();
+        types += text("%?", s->type);
         switch (s->type) {
         case base_board_structure:
             if (!have_board) {
@@ -158,9 +158,7 @@ std::string smbios_items(std::span<const std::byte> table) {
     }
     if (types.empty())
         return {};
-    return (basic_format<char>("%?; %?; %?; %?; %?; %?; ")
-            << maker << serial << uuid << joined(connectors) << joined(memory) << types)
-        .str();
+    return text("%?; %?; %?; %?; %?; %?; ", maker, serial, uuid, joined(connectors), joined(memory), types);
 }
 
 } // namespace cl

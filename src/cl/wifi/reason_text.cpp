@@ -1,6 +1,6 @@
 #include "cl/wifi/reason_text.hpp"
 
-#include "cl/format/format.hpp"
+#include "cl/format/text.hpp"
 
 #include <cstddef>
 #include <iterator>
@@ -46,7 +46,7 @@ constexpr const char* sentences[] = {
 
 std::string reason_text(std::int32_t code) {
     if (code < 0 || static_cast<std::size_t>(code) >= std::size(sentences))
-        return (basic_format<char>("Wireless Hosted Network Fail Reason Code: %?.") << code).str();
+        return text("Wireless Hosted Network Fail Reason Code: %?.", code);
     return sentences[code];
 }
 

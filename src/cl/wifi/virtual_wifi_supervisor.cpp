@@ -1,6 +1,6 @@
 #include "cl/wifi/virtual_wifi_supervisor.hpp"
 
-#include "cl/format/format.hpp"
+#include "cl/format/text.hpp"
 #include "cl/wifi/passphrase.hpp"
 #include "cl/wifi/wlan_api.h"
 
@@ -22,8 +22,7 @@ public:
     supervisor(bool wake_up, supervised_network& network) : wake_up_(wake_up), network_(network) {}
 
     std::int32_t run() {
-        network_.write(
-            (basic_format<char>("Starting Virtual Wi-Fi%?.\n") << (wake_up_ ? " (wake-up call)" : "")).str());
+        network_.write(text("Starting Virtual Wi-Fi%?.\n", wake_up_ ? " (wake-up call)" : ""));
         begin_wait();
         for (state now = state::wait_available;;) {
             switch (now) {
@@ -93,7 +92,7 @@ private:
     state configure() {
         network_.read_config(ssid_, password_.text);
         if (!network_.start(ssid_, password_.text)) {
-            network_.write("Starting Virtual Wi-Fi failed: " + network_.last_error() + "\n");
+            network_.write(text("Starting Virtual Wi-Fi failed: %?\n", network_.last_error()));
             return state::down;
         }
         network_.write("Virtual Wi-Fi started.\n");
@@ -115,7 +114,7 @@ private:
 
     state restart() {
         if (!network_.start(ssid_, password_.text)) {
-            network_.write("Starting Virtual Wi-Fi again failed: " + network_.last_error() + "\n");
+            network_.write(text("Starting Virtual Wi-Fi again failed: %?\n", network_.last_error()));
             return state::down;
         }
         network_.write("Virtual Wi-Fi started again.\n");

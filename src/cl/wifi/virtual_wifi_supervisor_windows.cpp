@@ -1,7 +1,6 @@
 // The supervisor on the real network, and the thread that runs it.
-#include "cl/format/format.hpp"
 #include "cl/os/clock.hpp"
-#include "cl/trace/trace_list.hpp"
+#include "cl/trace/say.hpp"
 #include "cl/wifi/virtual_wifi_supervisor.hpp"
 #include "cl/wifi/wifi_config.hpp"
 #include "cl/wifi/wireless_hosted_network.hpp"
@@ -24,7 +23,7 @@ public:
     void read_config(std::string& ssid, std::string& password) override { read_wifi_config(ssid, password); }
     std::uint32_t tick_count() override { return os::tick_count(); }
     void sleep(std::uint32_t ms) override { os::sleep_ms(ms); }
-    void write(const std::string& line) override { trace_out(line); }
+    void write(const std::string& line) override { trace_write(&trace_out, line.c_str()); }
 
 private:
     wireless_hosted_network session_;
@@ -45,8 +44,7 @@ void start_virtual_wifi_supervisor() {
     if (!autostart_enabled())
         return;
     if (_beginthread(supervise_wake_up, 0, nullptr) == static_cast<std::uintptr_t>(-1L))
-        trace_out(
-            (basic_format<char>("Starting Virtual Wi-Fi failed: no thread, error %?.\n") << errno).str());
+        say(trace_out, "Starting Virtual Wi-Fi failed: no thread, error %?.\n", errno);
 }
 
 } // namespace cl

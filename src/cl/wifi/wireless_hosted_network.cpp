@@ -1,6 +1,7 @@
 #include "cl/wifi/wireless_hosted_network.hpp"
 
-#include "cl/format/format.hpp"
+#include "cl/format/text.hpp"
+#include "cl/os/error.hpp"
 #include "cl/wifi/reason_text.hpp"
 
 #include <algorithm>
@@ -12,45 +13,6 @@ namespace cl {
 
 namespace {
 
-enum entry : std::size_t {
-    open_handle,
-    close_handle,
-    init_settings,
-    query_status,
-    free_memory,
-    get_property,
-    set_property,
-    force_start,
-    force_stop,
-    start_using, // this and the two below are bound and not called
-    set_secondary_key,
-    register_notification,
-    enum_interfaces,
-};
-
-constexpr const char* entry_names[] = {
-    "WlanOpenHandle",
-    "WlanCloseHandle",
-    "WlanHostedNetworkInitSettings",
-    "WlanHostedNetworkQueryStatus",
-    "WlanFreeMemory",
-    "WlanHostedNetworkQueryProperty",
-    "WlanHostedNetworkSetProperty",
-    "WlanHostedNetworkForceStart",
-    "WlanHostedNetworkForceStop",
-    "WlanHostedNetworkStartUsing",
-    "WlanHostedNetworkSetSecondaryKey",
-    "WlanRegisterNotification",
-    "WlanEnumInterfaces",
-};
-
-// The Windows errors that have a sentence of their own, and the one that stands for a query without an
-// answer.
-constexpr std::uint32_t error_access_denied = 5, error_not_enough_memory = 8, error_outofmemory = 14,
-                        error_invalid_parameter = 87, error_service_not_active = 1062,
-                        error_remote_session_limit = 1220, error_bad_configuration = 1610,
-                        error_invalid_state = 5023;
-
 // The peers that are let in when the system names no number.
 constexpr std::uint32_t default_max_peers = 100;
 
@@ -58,18 +20,14 @@ static_assert(sizeof(vfl_wlan_settings) == 40);
 
 constexpr const char* not_loaded = "Could not load functions from WLANAPI.DLL.";
 
-std::string error_text(const char* format, std::uint32_t error) {
-    return (basic_format<char>(format) << error).str();
-}
-
-std::string error_text(const char* format, std::uint32_t error, std::uint32_t reason) {
-    return (basic_format<char>(format) << error << reason_text(static_cast<std::int32_t>(reason))).str();
+std::string error_text(checked_format<char, 2> format, std::uint32_t error, std::uint32_t reason) {
+    return text(format, error, reason_text(static_cast<std::int32_t>(reason)));
 }
 
 // What a query returned, given back at the end of the scope.
 class api_block {
 public:
-    explicit api_block(vfl_wlan_free_memory* free) : free_(free) {}
+    explicit api_block(const bound_function<vfl_wlan_free_memory>& free) : free_(free) {}
     ~api_block() {
         if (data)
             free_(data);
@@ -86,22 +44,29 @@ public:
     void* data = nullptr;
 
 private:
-    vfl_wlan_free_memory* free_;
+    const bound_function<vfl_wlan_free_memory>& free_;
 };
 
 } // namespace
 
 wireless_hosted_network::wireless_hosted_network() {
-    static_assert(std::size(entry_names) == entry_count);
-    for (std::size_t i = 0; i < entry_count; ++i)
-        if (!entries_[i].emplace(VFL_WLAN_LIBRARY, entry_names[i]).address)
-            return;
-    loaded_ = true;
+    const auto bind = [](auto& function, const char* name) { return function.bind(VFL_WLAN_LIBRARY, name); };
+    loaded_ = bind(open_handle_, "WlanOpenHandle") && bind(close_handle_, "WlanCloseHandle") &&
+              bind(init_settings_, "WlanHostedNetworkInitSettings") &&
+              bind(query_status_, "WlanHostedNetworkQueryStatus") && bind(free_memory_, "WlanFreeMemory") &&
+              bind(get_property_, "WlanHostedNetworkQueryProperty") &&
+              bind(set_property_, "WlanHostedNetworkSetProperty") &&
+              bind(force_start_, "WlanHostedNetworkForceStart") &&
+              bind(force_stop_, "WlanHostedNetworkForceStop") &&
+              bind(start_using_, "WlanHostedNetworkStartUsing") &&
+              bind(set_secondary_key_, "WlanHostedNetworkSetSecondaryKey") &&
+              bind(register_notification_, "WlanRegisterNotification") &&
+              bind(enum_interfaces_, "WlanEnumInterfaces");
 }
 
 wireless_hosted_network::~wireless_hosted_network() {
     if (client_ != no_client)
-        call<vfl_wlan_close_handle>(close_handle)(client_, nullptr);
+        close_handle_(client_, nullptr);
 }
 
 bool wireless_hosted_network::fail(std::string text) {
@@ -112,19 +77,18 @@ bool wireless_hosted_network::fail(std::string text) {
 bool wireless_hosted_network::open_client() {
     std::uint32_t negotiated = 0;
     vfl_wlan_client opened = no_client;
-    const std::uint32_t error =
-        call<vfl_wlan_open_handle>(open_handle)(VFL_WLAN_CLIENT_VERSION, nullptr, &negotiated, &opened);
+    const std::uint32_t error = open_handle_(VFL_WLAN_CLIENT_VERSION, nullptr, &negotiated, &opened);
     switch (error) {
     case 0:
         // A session that could not be stopped is overwritten here, deliberately.
         client_ = opened;
         return true;
-    case error_not_enough_memory:
+    case os::error_not_enough_memory:
         return fail("Failed to allocate memory to create the client context.");
-    case error_remote_session_limit:
+    case os::error_remote_session_limit:
         return fail("Too many handles have been issued by the server.");
     default:
-        return fail(error_text("Error %? creating client context.", error));
+        return fail(text("Error %? creating client context.", error));
     }
 }
 
@@ -134,29 +98,29 @@ std::int32_t wireless_hosted_network::query_state() {
     vfl_wlan_client client = client_;
     if (client == no_client) {
         std::uint32_t negotiated = 0;
-        if (call<vfl_wlan_open_handle>(open_handle)(VFL_WLAN_CLIENT_VERSION, nullptr, &negotiated, &client))
+        if (open_handle_(VFL_WLAN_CLIENT_VERSION, nullptr, &negotiated, &client))
             return VFL_WLAN_UNAVAILABLE;
     }
     // The system may not have made the network's settings yet; if it can't, the query tells.
     std::uint32_t reason = 0;
-    call<vfl_wlan_init_settings>(init_settings)(client, &reason, nullptr);
+    init_settings_(client, &reason, nullptr);
 
     std::int32_t state = VFL_WLAN_UNAVAILABLE;
     {
-        api_block status(call<vfl_wlan_free_memory>(free_memory));
-        if (call<vfl_wlan_query_status>(query_status)(client, &status.data, nullptr) == 0 && status.data)
+        api_block status(free_memory_);
+        if (query_status_(client, &status.data, nullptr) == 0 && status.data)
             state = static_cast<std::int32_t>(status.first_word());
     }
     if (client != client_)
-        call<vfl_wlan_close_handle>(close_handle)(client, nullptr);
+        close_handle_(client, nullptr);
     return state;
 }
 
 std::uint32_t wireless_hosted_network::query_property(std::uint32_t property, void* out, std::uint32_t size) {
-    api_block block(call<vfl_wlan_free_memory>(free_memory));
+    api_block block(free_memory_);
     std::uint32_t got_size = 0, value_type = 0;
-    const std::uint32_t error = call<vfl_wlan_query_property>(get_property)(
-        client_, property, &got_size, &block.data, &value_type, nullptr);
+    const std::uint32_t error =
+        get_property_(client_, property, &got_size, &block.data, &value_type, nullptr);
     if (error == 0 && block.data && got_size >= size)
         std::memcpy(out, block.data, size);
     return error;
@@ -164,21 +128,21 @@ std::uint32_t wireless_hosted_network::query_property(std::uint32_t property, vo
 
 bool wireless_hosted_network::query_failed(std::uint32_t error, bool may_be_unconfigured) {
     switch (error) {
-    case error_outofmemory:
+    case os::error_outofmemory:
         return fail("Error querying network property: Not enough storage is available to complete this "
                     "operation.");
-    case error_service_not_active:
+    case os::error_service_not_active:
         return fail("Error querying network property: The service has not been started.");
-    case error_invalid_state:
+    case os::error_invalid_state:
         return fail("Error querying network property: The resource is not in the correct state to perform "
                     "the requested operation.");
-    case error_bad_configuration:
+    case os::error_bad_configuration:
         if (may_be_unconfigured)
             return fail("Error querying network property: The configuration data for the wireless Hosted "
                         "Network is unconfigured.");
         [[fallthrough]];
     default:
-        return fail(error_text("Error %? querying network property.", error));
+        return fail(text("Error %? querying network property.", error));
     }
 }
 
@@ -194,30 +158,30 @@ bool wireless_hosted_network::start(const std::string& ssid, const std::string& 
 
     // One for all calls: a call that sets none is told with that of the call before it.
     std::uint32_t reason = 0;
-    if (const std::uint32_t error = call<vfl_wlan_init_settings>(init_settings)(client_, &reason, nullptr))
+    if (const std::uint32_t error = init_settings_(client_, &reason, nullptr))
         return fail(error_text("Error %? initializing network settings: %?", error, reason));
 
-    api_block status(call<vfl_wlan_free_memory>(free_memory));
-    std::uint32_t error = call<vfl_wlan_query_status>(query_status)(client_, &status.data, nullptr);
+    api_block status(free_memory_);
+    std::uint32_t error = query_status_(client_, &status.data, nullptr);
     if (error == 0 && !status.data)
-        error = error_invalid_parameter;
+        error = os::error_invalid_parameter;
     switch (error) {
     case 0:
         break;
-    case error_service_not_active:
+    case os::error_service_not_active:
         return fail("Error querying network status: The service has not been started.");
-    case error_invalid_state:
+    case os::error_invalid_state:
         return fail("Error querying network status: The resource is not in the correct state to perform the "
                     "requested operation.");
     default:
-        return fail(error_text("Error %? querying network status.", error));
+        return fail(text("Error %? querying network status.", error));
     }
     if (status.first_word() == VFL_WLAN_UNAVAILABLE)
         return fail("Network is unavailable.");
 
     if (!configure(ssid, password, reason))
         return false;
-    if ((error = call<vfl_wlan_force>(force_start)(client_, &reason, nullptr)))
+    if ((error = force_start_(client_, &reason, nullptr)))
         return fail(error_text("Error %? starting the network: %?", error, reason));
     last_error_.clear();
     return true;
@@ -228,11 +192,11 @@ bool wireless_hosted_network::configure(const std::string& ssid, const std::stri
     std::uint32_t enabled = 0;
     if (const std::uint32_t error = query_property(VFL_WLAN_ENABLED, &enabled, sizeof enabled))
         return query_failed(error, false);
-    const auto set = call<vfl_wlan_set_property>(set_property);
     if (!enabled) {
         const std::uint32_t on = 1;
-        const std::uint32_t error = set(client_, VFL_WLAN_ENABLED, sizeof on, &on, &reason, nullptr);
-        if (error == error_access_denied)
+        const std::uint32_t error =
+            set_property_(client_, VFL_WLAN_ENABLED, sizeof on, &on, &reason, nullptr);
+        if (error == os::error_access_denied)
             return fail("Error enabling the network: The caller does not have sufficient permissions or the "
                         "wireless Hosted Network is disabled by group policy on a domain.");
         if (error)
@@ -240,7 +204,7 @@ bool wireless_hosted_network::configure(const std::string& ssid, const std::stri
     }
 
     // A network that runs takes no settings. One that doesn't run refuses to stop, which is no error here.
-    call<vfl_wlan_force>(force_stop)(client_, &reason, nullptr);
+    force_stop_(client_, &reason, nullptr);
 
     vfl_wlan_settings settings{};
     settings.max_peers = default_max_peers;
@@ -249,16 +213,16 @@ bool wireless_hosted_network::configure(const std::string& ssid, const std::stri
     settings.ssid_length = static_cast<std::uint32_t>(ssid.size());
     std::fill(std::copy(ssid.begin(), ssid.end(), settings.ssid), std::end(settings.ssid), std::uint8_t{0});
     std::uint32_t error =
-        set(client_, VFL_WLAN_CONNECTION_SETTINGS, sizeof settings, &settings, &reason, nullptr);
-    if (error == error_access_denied)
+        set_property_(client_, VFL_WLAN_CONNECTION_SETTINGS, sizeof settings, &settings, &reason, nullptr);
+    if (error == os::error_access_denied)
         return fail("Error setting SSID and maximum number of peers: The caller does not have sufficient "
                     "permissions.");
     if (error)
         return fail(error_text("Error %? setting SSID and maximum number of peers: %?", error, reason));
 
-    error = call<vfl_wlan_set_secondary_key>(set_secondary_key)(
-        client_, static_cast<std::uint32_t>(password.size() + 1),
-        reinterpret_cast<const std::uint8_t*>(password.c_str()), 1, 1, &reason, nullptr);
+    error =
+        set_secondary_key_(client_, static_cast<std::uint32_t>(password.size() + 1),
+                           reinterpret_cast<const std::uint8_t*>(password.c_str()), 1, 1, &reason, nullptr);
     if (error)
         return fail(error_text("Error %? setting secondary key: %?", error, reason));
     return true;
@@ -270,19 +234,19 @@ bool wireless_hosted_network::stop() {
     if (client_ == no_client && !open_client())
         return false;
     std::uint32_t reason = 0;
-    const std::uint32_t error = call<vfl_wlan_force>(force_stop)(client_, &reason, nullptr);
+    const std::uint32_t error = force_stop_(client_, &reason, nullptr);
     switch (error) {
     case 0:
         break;
-    case error_service_not_active:
+    case os::error_service_not_active:
         return fail("Error stopping network: The service has not been started.");
-    case error_invalid_state:
+    case os::error_invalid_state:
         return fail("Error stopping network: The resource is not in the correct state to perform the "
                     "requested operation.");
     default:
         return fail(error_text("Error %? stopping network: %?", error, reason));
     }
-    call<vfl_wlan_close_handle>(close_handle)(client_, nullptr);
+    close_handle_(client_, nullptr);
     client_ = no_client;
     last_error_.clear();
     return true;

@@ -3,13 +3,10 @@
 // runs.
 #pragma once
 
-#include "cl/sys/dynamic_entry.hpp"
+#include "cl/sys/bound_function.hpp"
 #include "cl/wifi/wlan_api.h"
 
-#include <array>
-#include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 
 namespace cl {
@@ -48,12 +45,7 @@ public:
 
 private:
     static constexpr vfl_wlan_client no_client = ~vfl_wlan_client{0};
-    static constexpr std::size_t entry_count = 13;
 
-    template <class F>
-    F* call(std::size_t entry) const {
-        return entries_[entry]->template as<F*>();
-    }
     bool fail(std::string text);
     bool open_client();
     // Reads a property into exactly `size` bytes at `out`, which stay as they are when no block of that size
@@ -62,8 +54,20 @@ private:
     bool query_failed(std::uint32_t error, bool may_be_unconfigured);
     bool configure(const std::string& ssid, const std::string& password, std::uint32_t& reason);
 
-    // In the order in which they are bound; those behind a missing one stay unbound.
-    std::array<std::optional<dynamic_entry>, entry_count> entries_;
+    // In the order in which they are bound; what comes after a missing one stays unbound.
+    bound_function<vfl_wlan_open_handle> open_handle_;
+    bound_function<vfl_wlan_close_handle> close_handle_;
+    bound_function<vfl_wlan_init_settings> init_settings_;
+    bound_function<vfl_wlan_query_status> query_status_;
+    bound_function<vfl_wlan_free_memory> free_memory_;
+    bound_function<vfl_wlan_query_property> get_property_;
+    bound_function<vfl_wlan_set_property> set_property_;
+    bound_function<vfl_wlan_force> force_start_;
+    bound_function<vfl_wlan_force> force_stop_;
+    bound_function<void()> start_using_; // not called, like the last two
+    bound_function<vfl_wlan_set_secondary_key> set_secondary_key_;
+    bound_function<void()> register_notification_;
+    bound_function<void()> enum_interfaces_;
     bool loaded_ = false;
     vfl_wlan_client client_ = no_client;
     std::string last_error_;

@@ -1,5 +1,5 @@
 // Exact texts: what the model of integers doesn't know.
-#include "cl/format/format.hpp"
+#include "cl/format/text.hpp"
 
 #include <gtest/gtest.h>
 #include <type_traits>
@@ -17,6 +17,17 @@ void prints(const std::type_identity_t<std::basic_string<Ch>>& want, const Ch* f
 
 const char* address(std::uintptr_t n) {
     return reinterpret_cast<const char*>(n);
+}
+
+// What makes a literal format with another number of arguments fail to compile.
+static_assert(cl::detail::count_arguments("") == 0 && cl::detail::count_arguments("100%%") == 0);
+static_assert(cl::detail::count_arguments("%?%") == 2 && cl::detail::count_arguments(L"%s%%%?") == 2);
+static_assert(cl::detail::count_arguments("%0*?|%*.*~*I64d|%5%|%-#' +,08.3~2llx") == 8);
+
+TEST(format, in_one_call) {
+    EXPECT_EQ(cl::text("%%%0*?, %?, %?", 3, 7, L"wide", "ab"s), "%007, wide, ab");
+    EXPECT_EQ(cl::text(L"%?%?", L"ab"s, -1), L"ab-1");
+    EXPECT_EQ(cl::text("none"), "none");
 }
 
 TEST(format, integers) {

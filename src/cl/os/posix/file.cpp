@@ -45,7 +45,7 @@ std::uint32_t error_number(int code) {
         return error_path_not_found;
     case EMFILE:
     case ENFILE:
-        return 4;
+        return error_too_many_open_files;
     case EACCES:
     case EPERM:
     case EISDIR:
@@ -55,9 +55,9 @@ std::uint32_t error_number(int code) {
     case EBADF:
         return error_invalid_handle;
     case ENOMEM:
-        return 8;
+        return error_not_enough_memory;
     case EXDEV:
-        return 17;
+        return error_not_same_device;
     case EEXIST:
         return error_exists;
     case EINVAL:
@@ -67,9 +67,9 @@ std::uint32_t error_number(int code) {
     case EFBIG:
         return error_disk_full;
     case ENAMETOOLONG:
-        return 206;
+        return error_filename_too_long;
     default:
-        return 31;
+        return error_gen_failure;
     }
 }
 
@@ -260,7 +260,7 @@ std::uint32_t seek_file(file_handle file, std::int64_t offset, std::uint32_t ori
     const open_state* s = state(file);
     if (!s)
         return error_invalid_handle;
-    if (origin > 2)
+    if (origin > from_end)
         return error_invalid_parameter;
     constexpr int whence[3] = {SEEK_SET, SEEK_CUR, SEEK_END};
     const off_t at = lseek(s->fd, offset, whence[origin]);

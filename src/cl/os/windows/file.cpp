@@ -15,13 +15,7 @@ static_assert(static_cast<DWORD>(file_disposition::create_new) == CREATE_NEW &&
               static_cast<DWORD>(file_disposition::open_existing) == OPEN_EXISTING &&
               static_cast<DWORD>(file_disposition::open_always) == OPEN_ALWAYS &&
               static_cast<DWORD>(file_disposition::truncate_existing) == TRUNCATE_EXISTING);
-static_assert(FILE_BEGIN == 0 && FILE_CURRENT == 1 && FILE_END == 2);
-static_assert(error_not_found == ERROR_FILE_NOT_FOUND && error_path_not_found == ERROR_PATH_NOT_FOUND &&
-              error_access_denied == ERROR_ACCESS_DENIED && error_invalid_handle == ERROR_INVALID_HANDLE &&
-              error_sharing == ERROR_SHARING_VIOLATION && error_exists == ERROR_FILE_EXISTS &&
-              error_invalid_parameter == ERROR_INVALID_PARAMETER && error_disk_full == ERROR_DISK_FULL &&
-              error_invalid_name == ERROR_INVALID_NAME && error_negative_seek == ERROR_NEGATIVE_SEEK &&
-              error_already_exists == ERROR_ALREADY_EXISTS);
+static_assert(from_start == FILE_BEGIN && from_position == FILE_CURRENT && from_end == FILE_END);
 
 namespace {
 
