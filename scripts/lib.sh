@@ -37,8 +37,6 @@ build_preset() {
     mkdir -p "$ROOT/build"
     (
         flock 8
-        # Objects are shared between checkouts, whatever folder they lie in.
-        export CCACHE_BASEDIR=$ROOT CCACHE_NOHASHDIR=1
         log=$ROOT/build/$preset.log
         if [ ! -f "$ROOT/build/$preset/build.ninja" ]; then
             say "Configuring $preset"

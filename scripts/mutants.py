@@ -1,5 +1,5 @@
-"""Mutation testing, run by mutants.sh. Works in copies below build/mutants: `tree` holds the sources, `obj` the unmutated
-build. Each mutant compiles only what includes the mutated file, and links it in place of the unmutated objects."""
+"""Mutation testing, run by mutants.sh. Works in copies below build/mutants: `tree` holds the sources, `obj` the build
+without a mutant. Each mutant compiles only what includes the mutated file, and links it in place of the unmutated objects."""
 import hashlib
 import json
 import os
@@ -177,8 +177,8 @@ class unit_tests:
 
     def copy_tree(self):
         """Copies what has changed, and keeps the time of what has not."""
-        names = subprocess.run(["git", "ls-files", "-co", "--exclude-standard"], cwd=ROOT, capture_output=True, text=True,
-                               check=True).stdout.split("\n")
+        names = subprocess.run(["git", "ls-files", "-co", "--exclude-standard"], cwd=ROOT, capture_output=True,
+                               text=True, check=True).stdout.split("\n")
         names = {n for n in names if n and (ROOT / n).is_file()}
         for old in [p for p in TREE.rglob("*") if p.is_file() and str(p.relative_to(TREE)) not in names]:
             old.unlink()
@@ -230,8 +230,8 @@ class unit_tests:
     def test(self, exe, tests, seconds, cpu):
         folder = tempfile.mkdtemp(dir=WORK)
         try:
-            return run([exe, "--gtest_fail_fast", "--gtest_brief=1", f"--gtest_filter={tests}"], seconds, cpu, cwd=folder,
-                       env=dict(os.environ, TZ="XYZ-3", TMPDIR=folder))
+            return run([exe, "--gtest_fail_fast", "--gtest_brief=1", f"--gtest_filter={tests}"], seconds, cpu,
+                       cwd=folder, env=dict(os.environ, TZ="XYZ-3", TMPDIR=folder))
         finally:
             shutil.rmtree(folder, ignore_errors=True)
 
@@ -257,7 +257,7 @@ class unit_tests:
                     must(["ar", "r", NEW / archive, NEW / output])
         for exe, line in self.links.items():
             (NEW / exe).parent.mkdir(parents=True, exist_ok=True)
-            words = [str(NEW / w) if w and not w.startswith("-") and (NEW / w).is_file() else w for w in shlex.split(line)]
+            words = [str(NEW / w) if not w.startswith("-") and (NEW / w).is_file() else w for w in shlex.split(line)]
             words[words.index("-o") + 1] = str(NEW / exe)
             words = words[words.index("&&") + 1:] if "&&" in words else words
             words = words[:words.index("&&")] if "&&" in words else words
