@@ -55,8 +55,8 @@ cached_ini::~cached_ini() {
         static_cast<void>(sections.release()); // may be half changed
     }
     // Through the timer, because a handle may be null though its entry isn't gone.
-    timer.stop(&flush_timer, true, false);
-    stop(&spare_timer, true, false);
+    timer.stop_and_wait(&flush_timer);
+    stop_and_wait(&spare_timer);
 }
 
 // ---- lookups
@@ -184,8 +184,8 @@ void cached_ini::check_write_flush(mutex_auto& scope) {
 }
 
 void cached_ini::arm_flush() {
-    timer.start(
-        &flush_timer, [this] { flush(); }, flush_delay, timer_once, false);
+    timer.start_once(
+        &flush_timer, [this] { flush(); }, flush_delay);
 }
 
 // ---- the file
@@ -286,7 +286,7 @@ bool cached_ini::flush_unlocked(mutex_auto& scope) {
     const bool opened = open_for_flush(target, source, temp);
     // Without the lock, which the callback takes. It may be that very callback that runs this.
     if (opened)
-        timer.stop(&flush_timer, true, false);
+        timer.stop_and_wait(&flush_timer);
 
     scope.lock();
     std::list<ini_section> snapshot;

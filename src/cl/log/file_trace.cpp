@@ -356,8 +356,8 @@ void file_trace::arm(mutex_auto& guard, std::uint32_t delay) {
         return;
     armed.store(true, std::memory_order_relaxed);
     guard.unlock();
-    timer_host->start(
-        &timer, [this] { on_timer(); }, delay, timer_once, false);
+    timer_host->start_once(
+        &timer, [this] { on_timer(); }, delay);
 }
 
 void file_trace::on_timer() {
@@ -374,18 +374,21 @@ void file_trace::cancel() {
         return;
     // The thread of the flusher can't wait for its own end.
     const bool own = flusher_thread.load(std::memory_order_relaxed) == os::thread_id();
-    timer_host->stop(&timer, true, own);
-    // A flusher that was under way may have armed itself again meanwhile.
-    if (!own)
-        timer_host->stop(&timer, true, false);
+    if (own) {
+        timer_host->stop_and_forget(&timer);
+    } else {
+        timer_host->stop_and_wait(&timer);
+        // A flusher that was under way may have armed itself again meanwhile.
+        timer_host->stop_and_wait(&timer);
+    }
     armed.store(false, std::memory_order_relaxed);
 }
 
 // ---- the end of the process
 
-// Whether the other threads of the process may be alive.
+// Whether the other threads of the process may be alive. They are also if the timer's worker never started.
 bool file_trace::host_alive() const {
-    return !timer_host || timer_host->is_alive();
+    return !timer_host || !timer_host->worker_lost();
 }
 
 // Takes the lock, unless a thread that is dead by now holds it.

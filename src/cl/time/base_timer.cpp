@@ -81,7 +81,7 @@ bool base_timer::stop(timer_handle* key, bool wait, bool force) {
 }
 
 void base_timer::cancel(mutex_auto& scope, timer_entry& e, bool wait, bool force) {
-    const std::uint64_t in_callback = e.running_thread.load(std::memory_order_relaxed);
+    const std::uint64_t in_callback = e.running_thread;
     if (in_callback && !force)
         e.state = entry_state::finishing;
     else
@@ -97,20 +97,25 @@ void base_timer::cancel(mutex_auto& scope, timer_entry& e, bool wait, bool force
             wait_due_known(scope);
         return;
     }
-    if (!in_callback || in_callback == me || worker_lost())
-        return;
+    if (in_callback && in_callback != me && !worker_lost())
+        wait_for_callback(scope);
+}
+
+// Each stop waits on an event of its own. One that all shared would be reset by the stop of a later entry
+// while an earlier stop isn't waiting yet; that one would then wait for a callback that isn't its own.
+void base_timer::wait_for_callback(mutex_auto& scope) {
+    const std::uint32_t call = callback_calls;
     if (blocking_stop) {
-        done_event.reset();
+        event_waiter end(done_waiters);
         scope.unlock();
-        done_event.wait();
+        end.wait(os::no_limit);
         scope.lock();
-    } else {
-        ++e.watchers;
+    }
+    // A blocking stop comes here with nothing left to wait for, unless the system had no event for it.
+    while (running_thread && callback_calls == call) {
         scope.unlock();
-        while (e.running_thread.load(std::memory_order_acquire))
-            os::sleep_ms(0);
+        os::sleep_ms(0);
         scope.lock();
-        --e.watchers;
     }
 }
 

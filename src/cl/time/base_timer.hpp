@@ -5,8 +5,8 @@
 // of the timer held. What a callback throws ends the process.
 //
 // Any thread may start and stop entries at any time, also from inside a callback. A user may hold a lock of
-// its own when it calls `start`; when it calls `stop` with `wait`, it must not hold a lock that the callback
-// takes.
+// its own when it calls `start`. When it calls `stop` with `wait`, it must not hold a lock that the entry's
+// callback takes, and for an event-driven entry none that any callback of the timer takes.
 #pragma once
 
 #include "cl/os/clock.hpp"
@@ -34,30 +34,46 @@ public:
     // A source of milliseconds modulo 2^32, callable from any thread.
     using tick_source = std::uint32_t (*)();
 
-    // With blocking_stop a waiting stop sleeps on an event, and a derived class sets `ready` when it can
-    // serve; without, it spins, and the timer is ready at once.
+    // With blocking_stop a waiting stop sleeps until the callback has ended, and a derived class sets `ready`
+    // when it can serve; without, it spins, and the timer is ready at once.
     base_timer(std::string timer_name, bool blocking_stop, tick_source source = os::tick_count);
-    // Drops the entries that have not fired.
+    // Drops the entries that have not fired. Their handles still point here: they must not be stopped any
+    // more, except through another timer that they are armed on anew.
     virtual ~base_timer();
     base_timer(const base_timer&) = delete;
     base_timer& operator=(const base_timer&) = delete;
 
-    // Arms the entry of `key`, to call a copy of `callback` after `interval` ms and, without timer_once,
-    // every `interval` ms from then on. With timer_on_event `interval` is the address of an event_base
-    // instead.
+    // Arms the entry of `key`, to call a copy of `callback` once, `delay` ms from now. An armed entry is left
+    // alone, deadline and callback. A callback may arm its own entry again. Nothing happens with an empty
+    // callback, or if the timer isn't `ready`. A delay of 2^31 ms or more counts as none. Memory may run out:
+    // std::bad_alloc, and nothing has changed.
+    void start_once(timer_handle* key, const std::function<void()>& callback, std::uint32_t delay) {
+        start(key, callback, delay, timer_once, false);
+    }
+
+    // The same with all choices: without timer_once the callback is called every `interval` ms, of which only
+    // 32 bits count, and with `replace` an armed entry is armed anew.
     //
-    // An armed entry is left alone, deadline and callback, unless `replace` is true; then it is armed anew. A
-    // callback may arm its own entry again. An entry that is due in the sweep under way fires in it even if
-    // it is replaced ahead of that, with the new callback; this is deliberate. Nothing happens with an empty
-    // callback, or if the timer isn't `ready`. The first interval must be below 2^31 ms by more than the age
-    // of the last pass, or the entry is due at once. Memory may run out: std::bad_alloc, and nothing has
-    // changed.
+    // An entry that is due in the sweep under way fires in it even if it is replaced before that, with the
+    // new callback; this is deliberate. A repeated entry that is late fires again at once until it has caught
+    // up, at most three intervals; one of an hour or more has no such limit. While any entry is overdue the
+    // worker does nothing else, so an interval of 0 is for timer_once alone.
     //
-    // A repeated entry that is late fires again at once until it has caught up, at most three intervals; one
-    // of an hour or more has no such limit. While any entry is overdue the worker does nothing else, so an
-    // interval of 0 is for timer_once alone.
+    // With timer_on_event `interval` is the address of an event_base; use the overload below instead.
     void start(timer_handle* key, const std::function<void()>& callback, std::uint64_t interval,
                std::uint32_t flags, bool replace);
+
+    // Arms the entry to call `callback` whenever, or with timer_once when, `signal` is set; the timer resets
+    // it. `signal` must exist until the entry has been stopped with `wait`.
+    void start(timer_handle* key, const std::function<void()>& callback, event_base& signal,
+               std::uint32_t flags, bool replace) {
+        start(key, callback, reinterpret_cast<std::uintptr_t>(&signal), flags | timer_on_event, replace);
+    }
+
+    // stop with `wait`, for an object that goes or changes what its callback uses.
+    bool stop_and_wait(timer_handle* key) { return stop(key, true, false); }
+    // stop with `wait` and `force`, for an object that destroys itself in its own callback.
+    bool stop_and_forget(timer_handle* key) { return stop(key, true, true); }
 
     // Disarms the entry of `key` and makes the handle null, whether or not there was an entry; true if there
     // was one. A timer that isn't `ready` has none.
@@ -67,18 +83,20 @@ public:
     // callback that arms its entry again during the wait leaves it armed, with a null handle: an owner that
     // goes away must see to it that its callback doesn't.
     //
-    // The engine makes the handle null when a running callback that was stopped returns. With `force` it
-    // forgets the handle at once, so that an object may destroy itself in its own callback.
+    // The engine makes the handle null once more when a running callback that was stopped returns. With
+    // `force` it forgets the handle at once, so that an object may destroy itself in its own callback; a
+    // later stop then doesn't find the entry, and doesn't wait for that callback.
     bool stop(timer_handle* key, bool wait, bool force);
 
     // Whether there was a worker and it ended without leaving the timer in order: it was killed, alone or
-    // with the rest of the process. Nobody may wait for it then, nor for a lock that it may have held.
+    // with the rest of the process. Nobody may wait for it then, nor for a lock that it may have held. False
+    // if the worker could never be started: other threads may be alive then.
     virtual bool worker_lost() const { return false; }
 
     // Whether start and stop have any effect.
     std::atomic<bool> ready{false};
-    // Asked by the worker ahead of each pass with true, and told after it with false. As long as the answer
-    // to true is false, the worker asks again every millisecond. Never null.
+    // The worker calls it with true before each pass, and with false after it. While true gets the answer
+    // false, there is no pass and the worker asks again every millisecond. Never null.
     std::atomic<bool (*)(bool)> gate;
 
     const std::string name;
@@ -136,14 +154,15 @@ private:
 
     std::uint32_t collect(std::vector<os::event_handle>& handles, due_list& due, timer_entry_chain& removed);
     void collect_timed(timer_entry& e, std::uint32_t elapsed, due_list& due, std::uint32_t& timeout);
-    bool collect_event(timer_entry& e, due_list& due);
+    void collect_event(timer_entry& e, due_list& due, std::vector<os::event_handle>& handles);
     void fire(mutex_auto& scope, timer_entry& e, timer_entry_chain& removed);
     void cancel(mutex_auto& scope, timer_entry& e, bool wait, bool force);
+    void wait_for_callback(mutex_auto& scope);
 
     const tick_source tick;
     std::uint32_t last_tick; // at the last pass
     std::unique_ptr<timer_entries> entries;
-    event done_event; // set after each callback
+    event_list done_waiters; // stops that wait for the callback under way; signalled when it ends
     const bool blocking_stop;
     std::uint64_t running_thread = 0; // id of the thread that is in a callback, or 0
 };
@@ -151,5 +170,8 @@ private:
 // Stops the entry of a handle on the timer that it is armed on, as base_timer::stop does. False, at once, for
 // a null handle.
 bool stop(timer_handle* handle, bool wait, bool force);
+inline bool stop_and_wait(timer_handle* handle) {
+    return stop(handle, true, false);
+}
 
 } // namespace cl

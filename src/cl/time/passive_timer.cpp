@@ -28,14 +28,16 @@ void passive_timer::shut_down() {
     if (!no_timer_threads && is_running()) {
         flush_sweep(stop_ms);
         thread_obj::stop(stop_ms);
-        // A worker that ends in order says so.
+        // A worker that ends in order clears `ready`.
         killed.store(ready.load(std::memory_order_relaxed), std::memory_order_relaxed);
     }
     drop_entries();
 }
 
 bool passive_timer::worker_lost() const {
-    return killed.load(std::memory_order_relaxed) || (is_running() && !is_alive());
+    // `ready` last: a worker that has just ended in order clears it before it ends.
+    return killed.load(std::memory_order_relaxed) ||
+           (is_running() && !is_alive() && ready.load(std::memory_order_relaxed));
 }
 
 void passive_timer::run() {
@@ -51,7 +53,7 @@ void passive_timer::run() {
             const std::int32_t hit = wait_for_objects(handles, timeout, false);
             last_signalled = hit < 0 ? 0 : handles[static_cast<std::size_t>(hit)];
         }
-        // Ahead of the pass: a start during the pass then ends the next wait.
+        // Before the pass: a start during the pass then ends the next wait.
         wake_event.reset();
         const auto permit = gate.load();
         if (permit(true)) {
@@ -62,7 +64,7 @@ void passive_timer::run() {
             handles.pop_back();
         }
     }
-    // Under the lock, so that whoever waits for the worker is either in a list now or finds it not ready.
+    // Under the lock, so that whoever wants to wait for the worker is in a list by now or finds it not ready.
     const mutex_auto scope(lock, true);
     signal_all(due_known_waiters);
     signal_all(sweep_begin_waiters);

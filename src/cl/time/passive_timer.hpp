@@ -10,11 +10,11 @@ namespace cl {
 extern bool no_timer_threads;
 
 // The constructor starts the worker, so no class may derive from this one. The process has one, named "slow",
-// which serves everything that may be late.
+// which serves everything that may be late. If the system refuses the thread, is_running is false: the timer
+// takes entries and never calls them, and nothing waits.
 //
-// The worker runs passes alone; while one of its callbacks runs, no other does. A callback that never returns
-// therefore holds up all others, every waiting stop of its entry, flush_sweep and with it the end of the
-// process.
+// Only the worker runs passes, one callback at a time. A callback that never returns therefore blocks all
+// others, every waiting stop of its entry, flush_sweep and with it the end of the process.
 class passive_timer final : public base_timer, public thread_obj {
 public:
     explicit passive_timer(std::string timer_name, tick_source source = os::tick_count);
@@ -25,14 +25,16 @@ public:
 
     // Wakes the worker and waits until it has begun and finished a sweep; what is due by now has been called
     // then, unless a pass is under way at the call: its end counts as the end. The time-out has no effect;
-    // this is deliberate. Returns at once if the worker was asked to stop or isn't alive. Not from a
-    // callback.
+    // this is deliberate. Returns at once if the worker was asked to stop or isn't alive. Neither for a
+    // callback nor with a lock that a callback takes.
     void flush_sweep(std::uint32_t timeout_ms);
 
-    // What the destructor does, for an object that stays in its place: ends the worker (with a kill after 5
-    // s) and drops what has not fired. From then on start and stop do nothing, and may still be called by any
+    // The destructor's body, for an object that stays in its place: ends the worker (with a kill after 5 s)
+    // and drops what has not fired. From then on start and stop do nothing, and may still be called by any
     // thread. Call it from one thread. Without effect if called again.
     void shut_down();
+
+    bool worker_lost() const override;
 
 private:
     void run() override;
@@ -43,7 +45,6 @@ private:
     void on_due_known(std::size_t) override { signal_all(due_known_waiters); }
     void wake() override { wake_event.set(); }
     void wait_due_known(mutex_auto& scope) override;
-    bool worker_lost() const override;
 
     event wake_event;
     event_list due_known_waiters;

@@ -5,6 +5,8 @@ namespace cl {
 namespace {
 
 constexpr std::uint32_t stack_bytes = 0x40000;
+// The system kills a thread some time after the call; only one that is stuck in a driver takes longer.
+constexpr std::uint32_t kill_ms = 1000;
 
 } // namespace
 
@@ -16,7 +18,7 @@ void thread_obj::start() {
     if (!thread)
         return;
     if (!os::resume_thread(thread)) {
-        // The thread that never ran keeps its handle: closing it is left to the end of the process.
+        // Deliberately not closed: the thread exists, suspended, until the process ends.
         handle = 0;
         return;
     }
@@ -45,9 +47,13 @@ void thread_obj::stop(std::uint32_t timeout_ms) {
     const os::thread_handle thread = handle;
     if (!thread)
         return;
-    if (os::wait_thread(thread, timeout_ms) != os::wait_ok)
+    if (os::wait_thread(thread, timeout_ms) != os::wait_ok) {
         os::kill_thread(thread);
-    // Nobody may ask a handle that is closed already, as the system may have given it to something else.
+        // What the thread uses may be destroyed when this returns.
+        os::wait_thread(thread, kill_ms);
+    }
+    // First this: the system may give a closed handle's number to something else, and is_alive would ask
+    // that.
     handle = 0;
     os::close_thread(thread);
 }

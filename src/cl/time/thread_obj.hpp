@@ -31,8 +31,8 @@ public:
     // Whether there is a thread that has not been stopped; it may have ended by itself.
     bool is_running() const { return handle.load(std::memory_order_relaxed) != 0; }
 
-    // Whether the thread exists and has not ended. When a process ends by ExitProcess alone, all threads but
-    // one are dead before the exit code runs: whoever waits for a worker there asks this first.
+    // Whether the thread exists and has not ended. When a process ends by a bare ExitProcess, all threads but
+    // one are dead before the exit code runs: ask this there before waiting for a worker.
     bool is_alive() const;
 
     // Called on the new thread before and after `run`, if not null. To be set before start.

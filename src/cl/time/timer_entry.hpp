@@ -14,9 +14,9 @@ namespace cl {
 
 class base_timer;
 
-// Stands in the object of a timer's user: null while nothing is armed, otherwise the timer that the user's
-// entry lives on. Its address is the entry's key, so an object with two handles has two independent timers.
-// The engine writes it; users test it for null and pass its address.
+// A member of a timer's user: null while nothing is armed, otherwise the timer on which the user's entry
+// lives. Its address is the entry's key, so an object with two handles has two independent timers. The engine
+// writes it; users test it for null and pass its address.
 using timer_handle = std::atomic<base_timer*>;
 
 enum class entry_state : std::uint32_t {
@@ -32,14 +32,12 @@ struct timer_entry {
     std::uint32_t calls = 0;    // calls of the callback since the arming
     timer_handle* key = nullptr;
     std::uint64_t interval = 0; // ms; for an event-driven entry the address of its event_base
-    std::int32_t remaining =
-        0; // ms to the next firing, counted from the timer's last pass; due at 0 and below
+    std::int32_t remaining = 0; // ms from the timer's last pass to the next firing; due at 0 and below
     std::function<void()> callback;
-    std::atomic<std::uint64_t> running_thread{0}; // id of the thread in the callback, or 0
+    std::uint64_t running_thread = 0; // id of the thread in the callback, or 0
     entry_state state = entry_state::periodic;
     bool event_driven = false;
 
-    std::uint32_t watchers = 0;      // threads that wait for running_thread; a watched entry isn't removed
     timer_entry* next_due = nullptr; // in the due list of the sweep under way
     timer_entry* next = nullptr;     // in the order of arming, or among removed entries
     timer_entry* same_bucket = nullptr;

@@ -67,19 +67,17 @@ std::uint32_t base_timer::collect(std::vector<os::event_handle>& handles, due_li
     timer_entry* next = nullptr;
     for (timer_entry* e = entries->first(); e; e = next) {
         next = e->next;
-        if (e->state == entry_state::dead && e->watchers == 0) {
+        if (e->state == entry_state::dead) {
             timer_entry* const gone = entries->unlink(previous, *e);
             gone->next = removed.release();
             removed.reset(gone);
             continue;
         }
         previous = e;
-        if (e->state == entry_state::dead)
-            continue;
         if (!e->event_driven)
             collect_timed(*e, elapsed, due, timeout);
-        else if (collect_event(*e, due))
-            handles.push_back(reinterpret_cast<event_base*>(e->interval)->handle());
+        else
+            collect_event(*e, due, handles);
     }
     return timeout;
 }
@@ -108,22 +106,25 @@ void base_timer::collect_timed(timer_entry& e, std::uint32_t elapsed, due_list& 
     }
 }
 
-// True if the worker shall wait for the entry's event.
-bool base_timer::collect_event(timer_entry& e, due_list& due) {
+void base_timer::collect_event(timer_entry& e, due_list& due, std::vector<os::event_handle>& handles) {
     auto& signal = *reinterpret_cast<event_base*>(e.interval);
-    if (!signal.test())
-        return true;
-    ++events_fired;
-    due.append(e);
-    signal.reset();
-    return e.state != entry_state::once;
+    if (signal.test()) {
+        ++events_fired;
+        due.append(e);
+        signal.reset();
+        if (e.state == entry_state::once)
+            return;
+    }
+    // An event that the system could not create would make every wait of the worker fail at once.
+    if (const os::event_handle handle = signal.handle())
+        handles.push_back(handle);
 }
 
 void base_timer::fire(mutex_auto& scope, timer_entry& e, timer_entry_chain& removed) {
     if (e.state == entry_state::once)
         e.state = entry_state::finishing;
     running_thread = os::thread_id();
-    e.running_thread.store(running_thread, std::memory_order_relaxed);
+    e.running_thread = running_thread;
     ++callback_calls;
     ++e.calls;
     std::uint32_t spent = 0;
@@ -140,14 +141,13 @@ void base_timer::fire(mutex_auto& scope, timer_entry& e, timer_entry_chain& remo
     scope.lock();
     callback_ms += spent;
     e.total_ms += spent;
-    running_thread = 0;
-    e.running_thread.store(0, std::memory_order_release);
+    running_thread = e.running_thread = 0;
     if (e.state == entry_state::finishing) {
         entries->bury(e);
         e.key->store(nullptr, std::memory_order_release);
     }
-    if (blocking_stop)
-        done_event.set();
+    // Only one callback runs at a time, so all of them wait for this one.
+    signal_all(done_waiters);
 }
 
 } // namespace cl

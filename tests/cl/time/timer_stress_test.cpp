@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <mutex>
 #include <random>
 #include <thread>
 
@@ -12,7 +13,7 @@ using namespace cl;
 
 namespace {
 
-constexpr int threads = 4;
+constexpr std::size_t threads = 4;
 // Repeated entries must leave the worker the time to end its pass, a sanitizer or not.
 constexpr std::uint32_t slow_ms = 20;
 
@@ -27,6 +28,8 @@ struct stress {
     };
     // Entries that anybody starts and stops, callbacks included. They must not crash or hang, no more.
     std::array<timer_handle, 64> shared{};
+    // A thread holds its own while it stops a timed entry; the entry's callback takes the next thread's.
+    std::array<std::mutex, threads> locks;
     std::array<event, 8> signals;
     std::atomic<std::uint64_t> shared_calls{0}, rounds{0};
     passive_timer timer{"stress"};
@@ -62,7 +65,7 @@ struct stress {
             interval, flags, i % 2 == 0);
     }
 
-    void start_owned(owned& o, std::mt19937& random) {
+    void start_owned(owned& o, std::mutex& next, std::mt19937& random) {
         const bool driven = random() % 4 == 0, once = random() % 2 == 0;
         if (driven && !o.signal)
             o.signal = std::make_unique<event>();
@@ -72,7 +75,8 @@ struct stress {
             o.stopped = false;
         timer.start(
             &o.key,
-            [&o] {
+            [&o, &next] {
+                const std::lock_guard guard(next);
                 ++o.calls;
                 EXPECT_FALSE(o.stopped);
             },
@@ -82,14 +86,20 @@ struct stress {
             (once ? timer_once : timer_fixed) | (driven ? timer_on_event : 0), random() % 2 == 0);
     }
 
-    void stop_owned(owned& o) {
+    void stop_owned(owned& o, std::mutex& own) {
+        std::unique_lock guard(own, std::defer_lock);
+        if (!o.signal)
+            guard.lock();
         stop(&o.key, true, false);
+        if (guard)
+            guard.unlock();
         o.stopped = true;
         ++o.calls;
         o.signal.reset();
     }
 
-    void run(unsigned seed, const std::atomic<bool>& go_on) {
+    void run(std::size_t thread, unsigned seed, const std::atomic<bool>& go_on) {
+        std::mutex &own = locks[thread], &next = locks[(thread + 1) % threads];
         std::mt19937 random(seed);
         std::array<owned, 64> mine;
         while (go_on) {
@@ -97,7 +107,7 @@ struct stress {
             switch (random() % 8) {
             case 0:
             case 1:
-                stop_owned(o);
+                stop_owned(o, own);
                 break;
             case 2:
                 if (o.signal)
@@ -111,12 +121,12 @@ struct stress {
                     timer.flush_sweep(0);
                 break;
             default:
-                start_owned(o, random);
+                start_owned(o, next, random);
             }
             ++rounds;
         }
         for (owned& o : mine)
-            stop_owned(o);
+            stop_owned(o, own);
     }
 };
 
@@ -132,8 +142,8 @@ TEST(timer_stress, many_threads_and_callbacks_at_once) {
         stress s;
         std::atomic<bool> go_on{true};
         std::vector<std::thread> all;
-        for (int n = 0; n < threads; ++n)
-            all.emplace_back([&, own_seed = seed++] { s.run(own_seed, go_on); });
+        for (std::size_t n = 0; n < threads; ++n)
+            all.emplace_back([&, n, own_seed = seed++] { s.run(n, own_seed, go_on); });
         event never;
         never.wait(100);
         go_on = false;
