@@ -189,6 +189,7 @@ namespace {
 struct exit_hook {
     exit_hook() = default;
     ~exit_hook() {
+        cl::libraries.begin_end();
         cl::trace_file.finish();
         slow.object.flush_sweep(5000);
     }

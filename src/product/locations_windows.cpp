@@ -1,5 +1,6 @@
 #include "product/locations.hpp"
 
+#include "cl/os/never_destroyed.hpp"
 #include "cl/sys/dynamic_entry.hpp"
 #include "cl/sys/registry_key.hpp"
 #include "cl/text/string_util.hpp"
@@ -25,15 +26,13 @@ public:
 
 static_assert(sizeof(cl::guid) == sizeof(GUID));
 
-// The binding lives as long as the process and gives its library back at the end.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wpragmas"
-#pragma GCC diagnostic ignored "-Wexit-time-destructors"
+// Kept to the end of the process. A release would come before the log's last flush, as this is bound after
+// the process-wide objects, and unloading a library may block there.
 const cl::dynamic_entry& known_folder_entry() {
-    static const cl::dynamic_entry entry(L"SHELL32.DLL", "SHGetKnownFolderPath");
-    return entry;
+    static cl::never_destroyed<cl::dynamic_entry> entry(std::in_place, L"SHELL32.DLL",
+                                                        "SHGetKnownFolderPath");
+    return *entry;
 }
-#pragma GCC diagnostic pop
 
 } // namespace
 

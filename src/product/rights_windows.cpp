@@ -1,5 +1,6 @@
 #include "product/rights.hpp"
 
+#include "cl/os/never_destroyed.hpp"
 #include "cl/sys/dynamic_entry.hpp"
 
 #include <windows.h>
@@ -14,15 +15,12 @@ struct security_entries {
     cl::dynamic_entry check{L"ADVAPI32.DLL", "CheckTokenMembership"};
 };
 
-// The bindings live as long as the process and give their library back at the end.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wpragmas"
-#pragma GCC diagnostic ignored "-Wexit-time-destructors"
+// Kept to the end of the process. A release would come before the log's last flush, as these are bound after
+// the process-wide objects, and unloading a library may block there.
 const security_entries& entries() {
-    static const security_entries bound;
-    return bound;
+    static cl::never_destroyed<security_entries> bound(std::in_place);
+    return *bound;
 }
-#pragma GCC diagnostic pop
 
 } // namespace
 

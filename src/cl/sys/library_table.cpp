@@ -77,7 +77,9 @@ entry_point bind_entry_point(library_table& table, const std::wstring& library, 
 }
 
 void release_library(library_table& table, const std::wstring& library) {
-    const mutex_auto lock(table.lock_, true);
+    mutex_auto lock(table.lock_, !table.ending_.load(std::memory_order_relaxed));
+    if (!lock.try_lock())
+        return;
     const auto place = table.records_.find(library);
     if (place == table.records_.end() || --place->second.references != 0)
         return;

@@ -35,6 +35,10 @@ public:
     library_table(const library_table&) = delete;
     library_table& operator=(const library_table&) = delete;
 
+    // The process ends from now on: release_library does nothing while another thread holds the lock, since
+    // that thread may be dead.
+    void begin_end() { ending_.store(true, std::memory_order_relaxed); }
+
 private:
     friend entry_point bind_entry_point(library_table&, const std::wstring&, const std::string&, bool);
     friend void release_library(library_table&, const std::wstring&);
@@ -48,6 +52,7 @@ private:
 
     const module_calls& calls_;
     mutex lock_;
+    std::atomic<bool> ending_{false};
     std::map<std::wstring, record> records_;
     // Fetched at the first load from a folder, each with a trailing backslash or empty.
     std::wstring system_folder_, windows_folder_;

@@ -4,6 +4,7 @@
 #include "cl/sys/scramble.hpp"
 
 #include <algorithm>
+#include <functional>
 #include <gtest/gtest.h>
 #include <map>
 #include <mutex>
@@ -24,8 +25,12 @@ struct machine {
     int folder_queries = 0, frees = 0;
 }* now = nullptr;
 
+std::function<void()> on_load; // called with the table's lock held
+
 const cl::module_calls calls{
     [](const wchar_t* path) -> cl::module_handle {
+        if (on_load)
+            on_load();
         const std::scoped_lock lock(now->lock);
         now->asked.emplace_back(path);
         const auto found = std::ranges::find(now->present, path);
@@ -129,6 +134,17 @@ TEST_F(library_binder, many_threads_bind_and_release_at_once) {
     for (const auto& [module, count] : state.loads)
         EXPECT_EQ(count, 0);
     EXPECT_EQ(std::ssize(state.asked), state.frees);
+
+    // At the end of the process a lock that a dead thread holds stops nobody.
+    EXPECT_TRUE(bind(L"a.dll"));
+    table.begin_end();
+    const int frees = state.frees;
+    on_load = [&] { std::thread([&] { cl::release_library(table, L"a.dll"); }).join(); };
+    EXPECT_FALSE(bind(L"c.dll"));
+    on_load = nullptr;
+    EXPECT_EQ(state.frees, frees);
+    cl::release_library(table, L"a.dll");
+    EXPECT_EQ(state.frees, frees + 1);
 }
 
 TEST(scramble, texts_come_back) {
