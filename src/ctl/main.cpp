@@ -14,7 +14,9 @@ struct entry {
 };
 
 constexpr entry entries[] = {
+    {L"explain", run_explain},
     {L"ini", run_ini},
+    {L"log", run_log},
 };
 
 int run(const std::vector<std::wstring_view>& words, standard_output& out) {

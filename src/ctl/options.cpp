@@ -32,7 +32,7 @@ constexpr option_row option_table[] = {
     {L"bundle", L"--list", L"", L"shows what would go in, and writes nothing"},
     {L"log", L"-f", L"", L"goes on with what the log gets, until Ctrl+C"},
     {L"log", L"-n", L"N", L"the last N lines alone"},
-    {L"log", L"--run", L"last|all|N", L"the run to show; N counts back from the last, which is 1"},
+    {L"log", L"--run", L"last|all|N", L"the run to show; N counts from the oldest, which is 1"},
     {L"log", L"--since", L"TIME", L"from this time on: HH:MM[:SS], YYYY-MM-DD, or both with a blank between"},
     {L"log", L"--until", L"TIME", L"up to this time"},
     {L"log", L"--grep", L"TEXT", L"lines that contain TEXT, whatever its case"},

@@ -12,7 +12,6 @@ namespace vfl {
 namespace {
 
 constexpr std::uint32_t check_interval_ms = 2000;
-constexpr std::uint64_t default_max_trace_size = 0xA10000;
 // Deliberately below the default limit by 128 KiB, and not derived from the setting: a log that has come this
 // near is rotated at the start and not in the middle of the run.
 constexpr std::uint32_t rotate_at_start = 0x9F0000;

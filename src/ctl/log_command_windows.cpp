@@ -1,0 +1,214 @@
+#include "cl/ini/ini_file.hpp"
+#include "cl/os/clock.hpp"
+#include "cl/text/string_util.hpp"
+#include "ctl/commands.hpp"
+#include "ctl/local_time.hpp"
+#include "ctl/log_selection.hpp"
+#include "ctl/log_source.hpp"
+#include "ctl/service_process.hpp"
+#include "product/locations.hpp"
+#include "product/names.hpp"
+
+#include <windows.h>
+
+namespace vfl::ctl {
+
+namespace {
+
+constexpr std::uint32_t poll_ms = 500;
+// A rotation may be near when the log is this close to its limit: the old generation is left alone then, for
+// this long at the most.
+constexpr std::uint64_t rotation_margin = 0x40000;
+constexpr std::uint32_t rotation_wait_ms = 2000;
+
+constexpr std::size_t piece_chars = 0x8000; // written at once
+
+constinit HANDLE stop_event = nullptr;
+
+BOOL WINAPI on_control(DWORD) {
+    SetEvent(stop_event);
+    return TRUE;
+}
+
+std::wstring reading_error(const std::wstring& path, std::uint32_t error) {
+    std::wstring text = L"vflctl: can't read " + path + L" (error " + std::to_wstring(error) + L")";
+    if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND)
+        text += L"; there is no log yet, or \"trace\" is 0 in the settings";
+    else if (error == ERROR_ACCESS_DENIED)
+        text += L"; it is a folder, or it needs an administrator's console";
+    else if (error == ERROR_SHARING_VIOLATION)
+        text += L"; another program holds it";
+    return text + L"\n";
+}
+
+std::uint64_t rotation_limit(const std::wstring& folder) {
+    cl::ini_file settings;
+    settings.set_file(folder + settings_file_name, true);
+    std::wstring text;
+    if (GetFileAttributesW(settings.path.c_str()) == INVALID_FILE_ATTRIBUTES ||
+        !settings.get_value(host_section, max_trace_size_key, text))
+        return default_max_trace_size;
+    return static_cast<std::uint32_t>(cl::parse_int(text, false));
+}
+
+// The lines that are to be shown, in pieces.
+class printer {
+public:
+    printer(output& out, const log_selection& selection) : out_(out), selection_(selection) {}
+
+    void put(const log_text& log, const std::vector<std::size_t>& lines) {
+        for (const std::size_t i : lines) {
+            const log_line& line = log.lines[i];
+            if (selection_.form == log_form::text)
+                text_ += shown_line(log, line, selection_);
+            else
+                bytes_ += selection_.form == log_form::raw ? raw_line(log, line)
+                                                           : json_line(log, line, utc_offset_minutes);
+            if (text_.size() + bytes_.size() > piece_chars)
+                flush();
+        }
+        flush();
+    }
+
+private:
+    void flush() {
+        if (!text_.empty())
+            out_.put(stream::out, text_);
+        if (!bytes_.empty())
+            out_.put_bytes(bytes_);
+        text_.clear();
+        bytes_.clear();
+    }
+
+    output& out_;
+    const log_selection& selection_;
+    std::wstring text_;
+    std::string bytes_;
+};
+
+// The old generation in one piece, or nothing, which is said.
+std::optional<log_part> read_old(product_log& files, std::uint64_t limit, output& out) {
+    const std::uint32_t begin = cl::os::tick_count();
+    for (;;) {
+        const file_reading current = read_shared(files.current_path, {}, 0);
+        if (current.error != 0 || current.bytes.size() + rotation_margin < limit)
+            break;
+        if (cl::os::tick_count() - begin >= rotation_wait_ms) {
+            out.put(stream::err, L"vflctl: the log is about to be rotated; its older part is left out\n");
+            return {};
+        }
+        cl::os::sleep_ms(poll_ms);
+    }
+    file_reading old = files.read(log_source::which::old, {}, 0);
+    if (old.error != 0) {
+        if (old.error != ERROR_FILE_NOT_FOUND && old.error != ERROR_PATH_NOT_FOUND)
+            out.put(stream::err, reading_error(files.old_path, old.error));
+        return {};
+    }
+    return log_part{std::move(old.bytes), to_local(old.last_write)};
+}
+
+void follow(product_log& files, const file_reading& from, std::size_t runs, const log_selection& given,
+            output& out) {
+    log_selection selection = given;
+    selection.run = log_selection::all_runs;
+    selection.last = std::numeric_limits<std::size_t>::max();
+    stop_event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    SetConsoleCtrlHandler(on_control, TRUE);
+    log_follower follower(files);
+    follower.begin(from);
+    printer print(out, selection);
+    bool said = from.error != 0;
+    while (WaitForSingleObject(stop_event, poll_ms) == WAIT_TIMEOUT) {
+        const log_follower::step step = follower.next();
+        if (step.error != 0 && !said)
+            out.put(stream::err, reading_error(files.current_path, step.error));
+        said = step.error != 0;
+        if (step.gap)
+            out.put(stream::err, L"vflctl: lines are missing here: the log was rotated more than once\n");
+        if (step.bytes.empty())
+            continue;
+        log_text log = read_log({{step.bytes, to_local(step.last_write)}}, {});
+        const auto before = static_cast<std::int32_t>(runs) - (log.lines.front().banner ? 0 : 1);
+        for (log_line& line : log.lines)
+            line.run += std::max(before, 0);
+        runs = static_cast<std::size_t>(log.lines.back().run);
+        print.put(log, select_lines(log, selection));
+    }
+}
+
+} // namespace
+
+int run_log(const arguments& args, output& out) {
+    auto [selection, error] = read_selection(args);
+    const std::vector<std::wstring> given = args.values(L"--file");
+    std::optional<std::int64_t> last_day;
+    if (const auto day = args.value(L"--day"); day && error.empty()) {
+        last_day = parse_day(*day);
+        if (!last_day)
+            error = L"vflctl: --day can't be \"" + *day + L"\"; it is YYYY-MM-DD. See vflctl log --help\n";
+    }
+    if (error.empty() && args.has(L"-f") && given.size() > 1)
+        error = L"vflctl: -f follows one file alone. See vflctl log --help\n";
+    if (!error.empty()) {
+        out.put(stream::err, error);
+        return exit_usage;
+    }
+    std::optional<message_page> page;
+    if (args.has(L"--explain"))
+        selection.page = &page.emplace(message_page_resource());
+
+    product_log files;
+    std::vector<log_part> parts;
+    std::optional<local_ms> banner;
+    if (given.empty()) {
+        const std::wstring folder = data_folder(product_word);
+        files.current_path = folder + log_file_name;
+        files.old_path = folder + old_log_file_name;
+        if (auto old = read_old(files, rotation_limit(folder), out))
+            parts.push_back(std::move(*old));
+        if (const auto start = service_process_start())
+            banner = to_local(*start);
+    } else {
+        for (const std::wstring& path : std::span(given).first(given.size() - 1)) {
+            file_reading reading = read_shared(path, {}, 0);
+            if (reading.error != 0) {
+                out.put(stream::err, reading_error(path, reading.error));
+                return exit_failed;
+            }
+            parts.push_back({std::move(reading.bytes), to_local(reading.last_write)});
+        }
+        files.current_path = given.back();
+    }
+    const file_reading current = files.read(log_source::which::current, {}, 0);
+    if (current.error != 0 && (parts.empty() || !given.empty()) && !args.has(L"-f")) {
+        out.put(stream::err, reading_error(files.current_path, current.error));
+        return exit_failed;
+    }
+    if (current.error == 0)
+        parts.push_back({current.bytes, to_local(current.last_write)});
+    if (last_day && !parts.empty()) {
+        // The day alone is known: noon and the line's own time of day are less than half a day apart, or the
+        // day itself decides.
+        const log_text alone = read_log({parts.back()}, {});
+        if (!alone.lines.empty())
+            parts.back().last_write = *last_day * day_ms + alone.lines.back().time_of_day;
+    }
+    const log_text log = read_log(parts, banner);
+    const std::vector<std::size_t> lines = select_lines(log, selection);
+    if (selection.run != log_selection::all_runs && selection.run > log.runs) {
+        out.put(stream::err, L"vflctl: the log has " + std::to_wstring(log.runs) + L" runs\n");
+        return exit_failed;
+    }
+    printer(out, selection).put(log, lines);
+    bool uncertain = false;
+    for (const std::size_t i : lines)
+        uncertain = uncertain || !log.lines[i].certain;
+    if (uncertain && selection.form == log_form::text)
+        out.put(stream::err, L"vflctl: the log has no dates; a day with ~ is the latest possible\n");
+    if (args.has(L"-f"))
+        follow(files, current, log.runs, selection, out);
+    return exit_done;
+}
+
+} // namespace vfl::ctl
