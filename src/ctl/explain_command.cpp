@@ -3,6 +3,18 @@
 
 namespace vfl::ctl {
 
+namespace {
+
+// Not every code page has the ellipsis.
+std::wstring with_dots(const std::wstring& message) {
+    std::wstring out;
+    for (const wchar_t c : message)
+        out += c == 0x2026 ? std::wstring(L"...") : std::wstring(1, c);
+    return out;
+}
+
+} // namespace
+
 int run_explain(const arguments& args, output& out) {
     std::wstring text;
     for (const std::wstring& word : args.words)
@@ -15,7 +27,7 @@ int run_explain(const arguments& args, output& out) {
     }
     for (const message_row* row : rows)
         out.put(stream::out,
-                row->message + L"\n  means: " + row->means + L"\n  do:    " + row->remedy + L"\n");
+                with_dots(row->message) + L"\n  means: " + row->means + L"\n  do:    " + row->remedy + L"\n");
     return exit_done;
 }
 

@@ -2,6 +2,7 @@
 
 #include "cl/format/format.hpp"
 #include "ctl/json_text.hpp"
+#include "ctl/output.hpp"
 
 #include <algorithm>
 #include <cstdlib>
