@@ -29,6 +29,22 @@ need_packages() {
         "${missing[@]}"; } </dev/null >"$log" 2>&1 || { tail -n 20 "$log" >&2; die "apt-get failed"; }
 }
 
+# What passed a check, for all checkouts of this user: an empty file for each, named for what the check read.
+export VFL_CHECKED_FOLDER=${XDG_CACHE_HOME:-${HOME:-$ROOT/build}/.cache}/vfl/checked
+
+# unchanged KEY: whether this passed before. VFL_ALL=1 checks anew.
+unchanged() { [ -z "${VFL_ALL:-}" ] && [ -e "$VFL_CHECKED_FOLDER/$1" ] && touch "$VFL_CHECKED_FOLDER/$1"; }
+remember() { mkdir -p "$VFL_CHECKED_FOLDER" && touch "$VFL_CHECKED_FOLDER/$1"; }
+
+# fingerprint PATH...: one word for the files below these paths and for the tools that read them.
+fingerprint() {
+    {
+        git -C "$ROOT" ls-files -co --exclude-standard -- "$@" | sort | (cd "$ROOT" && xargs -d '\n' sha256sum)
+        # shellcheck disable=SC2086
+        dpkg-query -W -f='${Package} ${Version}\n' $PACKAGES
+    } 2>/dev/null | sha256sum | cut -d' ' -f1
+}
+
 # build_preset PRESET [TARGET...]: configures once, builds, and prints only when there is something to do or to say.
 # One build at a time in each preset's folder.
 build_preset() {
@@ -47,6 +63,8 @@ build_preset() {
         fi
         (cd "$ROOT" && cmake --build --preset "$preset" ${*:+--target "$@"}) >"$log" 2>&1 ||
             { grep -E 'error|FAILED|warning|undefined|note:' "$log" | head -n 60 >&2 || tail -n 40 "$log" >&2; exit 1; }
+        # Programs that are no longer built would be run for ever.
+        ninja -C "$ROOT/build/$preset" -t cleandead >/dev/null
     ) 8>"$ROOT/build/$preset.lock"
 }
 

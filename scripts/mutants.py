@@ -56,7 +56,7 @@ def variants(line, code, before):
     """All mutants of one line; code is the line made blank, before the last line of code above it."""
     found = []
     stripped = code.strip()
-    if stripped.startswith(("static_assert", "template", "using", "namespace", "typedef", "friend", "virtual")):
+    if stripped.startswith(("static_assert", "template", "using", "namespace", "typedef", "friend", "virtual", "VFL_CHECK")):
         return found
     for old, new in SWAPS:
         for at in (m.start() for m in re.finditer(re.escape(old), code)):

@@ -1,10 +1,19 @@
 #!/usr/bin/env bash
-# package.sh [VERSION FOLDER]: builds the product and makes its packages in build/packages: the installer (.msi), the
-# program as a zip, and its symbols as a zip. With arguments only an installer, under another version and in another
-# folder, for trying an upgrade.
+# package.sh [--unchecked]: builds the product, sees that another folder gives the same bytes and that the developer kit
+# works, and makes the packages in build/packages: the installer (.msi), the program as a zip, and its symbols as a zip.
+# package.sh VERSION FOLDER: only an installer, under another version and in another folder, for trying an upgrade.
 . "$(dirname "$(readlink -f "$0")")/lib.sh"
 # shellcheck disable=SC2086
 need_packages $PRODUCT_PACKAGES $PACKAGING_PACKAGES
+if [ $# -eq 0 ]; then
+    need_packages
+    for check in reproducible kit; do
+        say "Checking: $check"
+        VFL_ALL=1 "$ROOT/scripts/checks/$check" >&2 || die "no package: check $check failed"
+    done
+elif [ "$1" = --unchecked ]; then
+    shift
+fi
 build_preset windows vfl.exe service_setup.exe || exit 1
 cd "$ROOT" || exit 2
 version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' build/windows/CMakeCache.txt)

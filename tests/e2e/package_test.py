@@ -34,7 +34,7 @@ def msiexec(action, msi):
 class Packages(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.msi, cls.zip, cls.symbols = package()
+        cls.msi, cls.zip, cls.symbols = package("--unchecked")
 
     def test_zips(self):
         top = f"vfl-{VERSION}/"
@@ -45,7 +45,7 @@ class Packages(unittest.TestCase):
         with zipfile.ZipFile(self.symbols) as archive:
             self.assertEqual(archive.read(top + "vfl.exe.debug"), (BUILD / "vfl.exe.debug").read_bytes())
         first = [f.read_bytes() for f in (self.zip, self.symbols)]
-        package()
+        package("--unchecked")
         self.assertEqual([f.read_bytes() for f in (self.zip, self.symbols)], first, "the same bytes again")
 
     def test_actions_of_the_installer(self):
