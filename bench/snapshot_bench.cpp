@@ -2,7 +2,7 @@
 // block.
 #include "allocations.hpp"
 #include "bench_case.hpp"
-#include "fakes/snapshot_compare.hpp"
+#include "fakes/naive_snapshot.hpp"
 #include "snapshot_blocks.hpp"
 
 #include <cstdio>
@@ -37,7 +37,7 @@ struct fixture {
             if (i > 0 && allocation_count() != before)
                 return false;
             naive.apply(block, false, nullptr);
-            if (!fakes::same_entries(map, naive))
+            if (!naive.same_as(map))
                 return false;
         }
         return true;

@@ -3,57 +3,63 @@
 #pragma once
 
 #include "connview/snapshot.hpp"
-#include "fakes/plain_entry.hpp"
+#include "contracts/protocol.h"
 
-#include <cstdint>
+#include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <map>
 #include <set>
-#include <string>
-#include <string_view>
-#include <vector>
 
 namespace fakes {
 
 class naive_snapshot {
 public:
-    std::map<std::uint64_t, plain_entry> entries;
+    std::map<std::uint64_t, vfl::connection_entry> entries;
 
     std::int64_t apply(std::string_view block, bool remove_closed, const vfl::connection_filter* filter) {
         if (block.size() < 64)
             return -1;
-        if (load<u32>(block, 0) != 0xF3BCC908 || load<u32>(block, 4) != 1)
+        h_ = load<vfl_snapshot_header>(block, 0);
+        if (h_.magic != 0xF3BCC908 || h_.version != 1)
             return -2;
-        const std::size_t records = load<u32>(block, 20);
-        if (block.size() - 64 < records * 112)
+        std::size_t at = 64 + std::size_t{h_.record_count} * 112;
+        if (block.size() < at || !read_pool(block, at, h_.narrow_count, narrow_) ||
+            !read_pool(block, at, h_.wide_count, wide_))
             return -1;
-        std::size_t at = 64 + records * 112;
-        if (!read_pool(block, at, load<u32>(block, 24), narrow_) ||
-            !read_pool(block, at, load<u32>(block, 28), wide_))
-            return -1;
-
-        const u64 clock = load<u64>(block, 56);
-        if ((clock & 1) == 0) {
-            std::set<u64> ids;
-            for (std::size_t i = 0; i < records; ++i)
-                ids.insert(load<u64>(block, 64 + i * 112 + 40));
-            const auto missing = [&](const auto& item) { return !ids.contains(item.first); };
-            if (remove_closed)
-                std::erase_if(entries, missing);
-            for (auto& item : entries)
-                if (missing(item))
-                    close(item.second);
-        }
-        for (std::size_t i = 0; i < records; ++i)
-            apply_record(block, block.substr(64 + i * 112, 112), remove_closed, filter);
+        std::vector<vfl_connection_record> records;
+        std::set<std::uint64_t> ids;
+        for (std::size_t i = 0; i < h_.record_count; ++i)
+            ids.insert(records.emplace_back(load<vfl_connection_record>(block, 64 + i * 112)).id);
+        const auto missing = [&](const auto& item) {
+            return (h_.clock_and_flags & 1) == 0 && !ids.contains(item.first);
+        };
+        if (remove_closed)
+            std::erase_if(entries, missing);
+        for (auto& item : entries)
+            if (missing(item))
+                close(item.second);
+        for (const vfl_connection_record& r : records)
+            apply_record(r, remove_closed, filter);
         return static_cast<std::int64_t>(at);
     }
 
+    // Whether the map holds the same entries in the same order, and finds each of them.
+    [[nodiscard]] bool same_as(const vfl::connection_map& map) const {
+        const auto plain = [](vfl::connection_entry e) { // NaN equals nothing
+            for (float* percent : {&e.rx_percent, &e.tx_percent})
+                *percent = std::isnan(*percent) ? -2 : *percent;
+            return e;
+        };
+        return map.size() == entries.size() && std::equal(map.begin(), map.end(), entries.begin(),
+                                                          entries.end(), [&](const auto& a, const auto& b) {
+                                                              return plain(a) == plain(b.second) &&
+                                                                     map.find(b.first) == &a;
+                                                          });
+    }
+
 private:
-    using u8 = std::uint8_t;
-    using u16 = std::uint16_t;
-    using u32 = std::uint32_t;
-    using u64 = std::uint64_t;
+    using text_pool = std::vector<std::string_view>;
 
     template <class T>
     static T load(std::string_view bytes, std::size_t at) {
@@ -62,19 +68,11 @@ private:
         return value;
     }
 
-    using text_pool = std::vector<std::string_view>;
-
-    // Padding isn't taken off what is left for the pool.
-    static bool read_pool(std::string_view block, std::size_t& at, u32 count, text_pool& pool) {
-        pool.clear();
-        const auto size = static_cast<std::int64_t>(block.size());
-        std::int64_t left = size - static_cast<std::int64_t>(at);
-        for (; count > 0; --count) {
-            if (left < 4 || at + 4 > block.size())
-                return false;
-            const std::size_t length = load<u32>(block, at);
-            left -= 4 + static_cast<std::int64_t>(length);
-            if (left < 0 || at + 4 + length > block.size())
+    // The last padding may be missing.
+    static bool read_pool(std::string_view block, std::size_t& at, std::uint32_t count, text_pool& pool) {
+        for (pool.clear(); count > 0; --count) {
+            const std::size_t length = at + 4 > block.size() ? 0 : load<std::uint32_t>(block, at);
+            if (at + 4 + length > block.size())
                 return false;
             pool.push_back(block.substr(at + 4, length));
             at += 4 + (length + 3) / 4 * 4;
@@ -82,78 +80,70 @@ private:
         return true;
     }
 
-    static std::string_view text(const text_pool& pool, u64 index) {
-        return index < pool.size() ? pool[index] : std::string_view();
+    [[nodiscard]] vfl::shared_text<char> narrow(std::uint32_t index) const {
+        return vfl::shared_text<char>(index < narrow_.size() ? narrow_[index] : "");
     }
-
-    static std::wstring wide_text(const text_pool& pool, u64 index) {
-        const std::string_view bytes = text(pool, index);
+    [[nodiscard]] vfl::shared_text<wchar_t> wide(std::uint32_t index) const {
+        const std::string_view bytes = index < wide_.size() ? wide_[index] : "";
         std::wstring units(bytes.size() / 2, L'\0');
         for (std::size_t i = 0; i < units.size(); ++i)
-            units[i] = static_cast<wchar_t>(load<u16>(bytes, i * 2));
-        return units;
+            units[i] = static_cast<wchar_t>(load<std::uint16_t>(bytes, i * 2));
+        return vfl::shared_text<wchar_t>(units);
     }
 
-    static void close(plain_entry& e) {
+    static void close(vfl::connection_entry& e) {
         e.closed = true;
         e.tx_cps = e.rx_cps = 0;
         e.tx_percent = e.rx_percent = -1;
     }
 
-    void apply_record(std::string_view block, std::string_view r, bool remove_closed,
+    void apply_record(const vfl_connection_record& r, bool remove_closed,
                       const vfl::connection_filter* filter) {
-        const u64 id = load<u64>(r, 40), protocol = load<u8>(r, 36);
-        if (filter && ((filter->id != 0 && filter->id != id) ||
-                       (filter->l7_protocol != 255 && filter->l7_protocol != protocol % 128) ||
-                       (!filter->program.empty() && filter->program != wide_text(wide_, load<u32>(r, 92)))))
+        if (filter && ((filter->id != 0 && filter->id != r.id) ||
+                       (filter->l7_protocol != 255 && filter->l7_protocol != r.protocol % 128) ||
+                       (!filter->program.empty() && !(wide(r.program) == filter->program))))
             return;
-        const bool closed = load<u8>(r, 37) & 1;
-        if (closed && remove_closed) {
-            entries.erase(id);
+        const bool closed = r.state & 1;
+        if (closed && remove_closed)
+            entries.erase(r.id);
+        if (closed && !entries.contains(r.id))
             return;
-        }
-        auto it = entries.find(id);
-        if (it == entries.end()) {
-            if (closed)
-                return;
-            it = entries.emplace(id, plain_entry()).first;
-            plain_entry& e = it->second;
-            std::memcpy(e.remote_address.data(), r.data(), 16);
-            std::memcpy(e.local_address.data(), r.data() + 16, 16);
-            e.remote_port = load<u16>(r, 32);
-            e.local_port = load<u16>(r, 34);
-            e.is_tcp = protocol >= 128;
-            e.id = id;
-            const u64 age = (load<u64>(block, 32) - load<u64>(r, 80)) / 1000;
-            e.started = static_cast<std::int64_t>((load<u64>(block, 56) >> 1) - age);
+        const auto [it, is_new] = entries.try_emplace(r.id);
+        vfl::connection_entry& e = it->second;
+        if (is_new) {
+            std::memcpy(e.remote_address.data(), r.remote_address, 16);
+            std::memcpy(e.local_address.data(), r.local_address, 16);
+            e.remote_port = r.remote_port;
+            e.local_port = r.local_port;
+            e.is_tcp = r.protocol >= 128;
+            e.id = r.id;
+            e.started =
+                static_cast<std::int64_t>((h_.clock_and_flags >> 1) - (h_.driver_time - r.start_time) / 1000);
             for (auto* history : {&e.history_1, &e.history_2})
                 history->resize(entries.begin()->second.history_1.size(), -1);
         }
-        plain_entry& e = it->second;
-        e.l7_protocol = protocol % 128;
-        e.tx_bytes = load<u64>(r, 48);
-        e.rx_bytes = load<u64>(r, 56);
-        e.closed = closed;
-        e.tx_line_rate = load<u64>(block, 40);
-        e.rx_line_rate = load<u64>(block, 48);
-        if (closed) {
+        e.l7_protocol = r.protocol % 128;
+        e.tx_bytes = r.tx_bytes;
+        e.rx_bytes = r.rx_bytes;
+        e.tx_line_rate = h_.tx_line_rate;
+        e.rx_line_rate = h_.rx_line_rate;
+        e.tx_cps = h_.rate_scale ? (r.tx_rate << 20) / h_.rate_scale : 0;
+        e.rx_cps = h_.rate_scale ? (r.rx_rate << 20) / h_.rate_scale : 0;
+        e.tx_percent = static_cast<float>(e.tx_cps) * 100.0f / static_cast<float>(e.tx_line_rate);
+        e.rx_percent = static_cast<float>(e.rx_cps) * 100.0f / static_cast<float>(e.rx_line_rate);
+        e.closed = false;
+        if (closed)
             close(e);
-        } else {
-            const u32 scale = load<u32>(block, 16);
-            e.tx_cps = scale ? (load<u64>(r, 64) << 20) / scale : 0;
-            e.rx_cps = scale ? (load<u64>(r, 72) << 20) / scale : 0;
-            e.tx_percent = static_cast<float>(e.tx_cps) * 100.0f / static_cast<float>(e.tx_line_rate);
-            e.rx_percent = static_cast<float>(e.rx_cps) * 100.0f / static_cast<float>(e.rx_line_rate);
-        }
-        e.rtt = load<u32>(r, 88);
-        e.header_word = load<u32>(block, 8);
-        e.program = wide_text(wide_, load<u32>(r, 92));
-        e.data = text(narrow_, load<u32>(r, 96));
-        e.class_now = wide_text(wide_, load<u32>(r, 100));
-        e.class_other = wide_text(wide_, load<u32>(r, 104));
-        e.hostname = text(narrow_, load<u32>(r, 108));
+        e.rtt = r.rtt;
+        e.header_word = h_.header_word;
+        e.program = wide(r.program);
+        e.data = narrow(r.data);
+        e.class_now = wide(r.class_now);
+        e.class_other = wide(r.class_other);
+        e.hostname = narrow(r.hostname);
     }
 
+    vfl_snapshot_header h_{};
     text_pool narrow_, wide_;
 };
 

@@ -12,29 +12,18 @@
 namespace fakes {
 
 struct snapshot_builder {
-    // A complete block at 1000 s of the reader's clock, with a rate_scale that leaves rates as they are.
-    vfl_snapshot_header header{.magic = VFL_SNAPSHOT_MAGIC,
-                               .version = VFL_SNAPSHOT_VERSION,
-                               .header_word = 0,
-                               .reserved = 0,
-                               .rate_scale = 1u << 20,
-                               .record_count = 0,
-                               .narrow_count = 0,
-                               .wide_count = 0,
-                               .driver_time = 0,
-                               .tx_line_rate = 1000,
-                               .rx_line_rate = 1000,
-                               .clock_and_flags = 1000u << 1};
+    // A complete block at 1000 s of the reader's clock, with a rate_scale that leaves rates as they are. Its
+    // counts are added to those of what is in the block.
+    vfl_snapshot_header header{
+        VFL_SNAPSHOT_MAGIC, VFL_SNAPSHOT_VERSION, 0, 0, 1u << 20, 0, 0, 0, 0, 1000, 1000, 2000};
     std::vector<vfl_connection_record> records;
 
     // Both return the text's index in its pool. wide() takes one UTF-16 unit from each wchar_t.
     std::uint32_t narrow(std::string_view text) { return add_text(narrow_pool, narrow_count, text); }
     std::uint32_t wide(std::wstring_view text) {
         std::string bytes;
-        for (const wchar_t c : text) {
-            bytes += static_cast<char>(static_cast<std::uint32_t>(c) & 0xFF);
-            bytes += static_cast<char>(static_cast<std::uint32_t>(c) >> 8 & 0xFF);
-        }
+        for (const wchar_t c : text)
+            bytes.append({static_cast<char>(c & 0xFF), static_cast<char>(c >> 8 & 0xFF)});
         return add_text(wide_pool, wide_count, bytes);
     }
 
@@ -46,9 +35,7 @@ struct snapshot_builder {
         r.state = closed ? VFL_STATE_CLOSED : 0;
         return r;
     }
-    void partial() { header.clock_and_flags |= VFL_SNAPSHOT_PARTIAL; }
 
-    // The block. Counts are those of what was added, unless the header says more.
     [[nodiscard]] std::string build() const {
         vfl_snapshot_header h = header;
         h.record_count += static_cast<std::uint32_t>(records.size());
@@ -66,8 +53,7 @@ struct snapshot_builder {
 private:
     static std::uint32_t add_text(std::string& pool, std::uint32_t& count, std::string_view bytes) {
         const auto length = static_cast<std::uint32_t>(bytes.size());
-        pool.append(reinterpret_cast<const char*>(&length), sizeof length);
-        pool.append(bytes);
+        pool.append(reinterpret_cast<const char*>(&length), sizeof length).append(bytes);
         pool.append((4 - length % 4) % 4, '\xEE');
         return count++;
     }
