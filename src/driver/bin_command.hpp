@@ -10,11 +10,10 @@ namespace vfl {
 
 // Sends one request. `reply` is the buffer that the driver fills: the caller gives it a size, and while the
 // driver asks for more it is doubled, to 4096 bytes at least and 256 MiB at most. It is not cut to what came
-// back: that is `returned`, which the caller sets to 0 first and which a driver may overstate. Returns 0 or
-// the system's error number; with `report`, an error is told on trace_err. With `time`, tells on trace_out
-// how long a successful request took.
-std::uint32_t ioctl_bin_command(cl::os::device_handle device, std::uint32_t code, const void* request,
-                                std::uint64_t request_size, std::string& reply, std::uint32_t& returned,
-                                bool time, bool report);
+// back: that is `returned`, which the caller sets to 0 first and which a driver may overstate. With
+// `report`, an error is written to trace_err; with `time`, how long a successful request took to trace_out.
+cl::os::request_end ioctl_bin_command(cl::os::device_handle device, std::uint32_t code, const void* request,
+                                      std::uint64_t request_size, std::string& reply, std::uint32_t& returned,
+                                      bool time, bool report);
 
 } // namespace vfl

@@ -1,8 +1,7 @@
 #include "driver/connection_view.hpp"
 
-#include "cl/format/format.hpp"
 #include "cl/os/clock.hpp"
-#include "cl/trace/trace_list.hpp"
+#include "cl/trace/say.hpp"
 #include "connview/connection_table.hpp"
 #include "connview/snapshot.hpp"
 #include "contracts/protocol.h"
@@ -35,12 +34,12 @@ int run_connection_view(cl::os::device_handle device, bool ever, bool hex, bool 
             ever ? 1u : 0u};
         std::string reply(first_reply_bytes, '\0');
         std::uint32_t returned = 0;
-        const std::uint32_t error = ioctl_bin_command(device, VFL_BIN_COMMAND_IOCTL, &request, sizeof request,
-                                                      reply, returned, time, true);
+        const cl::os::request_end end = ioctl_bin_command(device, VFL_BIN_COMMAND_IOCTL, &request,
+                                                          sizeof request, reply, returned, time, true);
         if (hex)
             cl::trace_out(dump(reply, returned));
-        if (error != 0) {
-            cl::trace_out((cl::basic_format<char>("error %?\n") << error).str());
+        if (!end.done) {
+            cl::say(cl::trace_out, "error %?\n", end.error);
         } else {
             put_snapshot_time(reply, cl::os::unix_time());
             // A rejected block leaves the map as it was, and the table shows that once more.
@@ -49,7 +48,7 @@ int run_connection_view(cl::os::device_handle device, bool ever, bool hex, bool 
                 cl::trace_out(connection_table(map, cl::os::unix_time()));
         }
         if (!ever)
-            return error != 0 ? 1 : 0;
+            return end.done ? 0 : 1;
         cl::os::sleep_ms(pause_ms);
     }
 }

@@ -8,7 +8,7 @@ namespace vfl {
 // Asks the driver for its connections and writes the table of all that are known to trace_out, once, or with
 // `ever` once a second for ever; entries then stay from one table to the next, also when they have ended.
 // Nothing is written for no connections. With `hex` the reply's bytes come first, as a dump. A failed request
-// says "error N" on trace_out, behind the transport's own message. `time` as for ioctl_bin_command.
+// writes "error N" to trace_out, after the transport's own message. `time` as for ioctl_bin_command.
 //
 // Returns 0 when the request succeeded, else 1; with `ever` it doesn't return. The device stays the caller's.
 int run_connection_view(cl::os::device_handle device, bool ever, bool hex, bool time);

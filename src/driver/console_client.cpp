@@ -1,9 +1,9 @@
 #include "driver/console_client.hpp"
 
-#include "cl/format/format.hpp"
 #include "cl/os/clock.hpp"
 #include "cl/os/console.hpp"
-#include "cl/trace/trace_list.hpp"
+#include "cl/os/error.hpp"
+#include "cl/trace/say.hpp"
 #include "contracts/protocol.h"
 #include "driver/bin_command.hpp"
 #include "driver/client_options.hpp"
@@ -39,7 +39,7 @@ struct open_device {
 int run_console_client(const wchar_t* device_name, std::uint32_t code, const wchar_t* command) {
     const open_device device(std::wstring(L"\\\\.\\") + device_name);
     if (device.handle == cl::os::invalid_device) {
-        cl::trace_err((cl::basic_format<wchar_t>(L"Unable to open device '%?'.\n") << device_name).str());
+        cl::say(cl::trace_err, L"Unable to open device '%?'.\n", device_name);
         return 1;
     }
     client_options options;
@@ -76,18 +76,18 @@ bool execute_text_command(cl::os::device_handle device, std::uint32_t code, cons
     return true;
 }
 
-bool report_ioctl_error(std::uint32_t error) {
-    switch (error) {
-    case 0:
+bool report_ioctl_error(const cl::os::request_end& end) {
+    if (end.done)
         return false;
-    case 31: // ERROR_GEN_FAILURE
+    switch (end.error) {
+    case cl::os::error_gen_failure:
         trace_write(&cl::trace_err, L"Port not found.\n");
         break;
-    case 50: // ERROR_NOT_SUPPORTED
+    case cl::os::error_not_supported:
         trace_write(&cl::trace_err, L"Device does not support commands.\n");
         break;
     default:
-        cl::trace_err((cl::basic_format<wchar_t>(L"I/O Control error %u\n") << error).str());
+        cl::say(cl::trace_err, L"I/O Control error %u\n", end.error);
     }
     return true;
 }
@@ -96,13 +96,13 @@ std::uint32_t run_bin_nop(cl::os::device_handle device, bool hex, bool time) {
     const vfl_request request{VFL_REQUEST_MAGIC, VFL_REQUEST_VERSION, VFL_REQUEST_SELECTOR, VFL_COMMAND_NOP};
     std::string reply(nop_reply_bytes, '\0');
     std::uint32_t returned = 0;
-    const std::uint32_t error = ioctl_bin_command(device, VFL_BIN_COMMAND_IOCTL, &request, sizeof request,
-                                                  reply, returned, time, true);
+    const cl::os::request_end end = ioctl_bin_command(device, VFL_BIN_COMMAND_IOCTL, &request, sizeof request,
+                                                      reply, returned, time, true);
     if (hex) {
         const auto count = static_cast<std::uint32_t>(std::min<std::size_t>(returned, reply.size()));
         cl::trace_out(hex_dump(reply.data(), count, {}));
     }
-    return error != 0 ? 1 : 0;
+    return end.done ? 0 : 1;
 }
 
 } // namespace vfl

@@ -18,8 +18,8 @@ int run_console_client(const wchar_t* device_name, std::uint32_t code, const wch
 bool execute_text_command(cl::os::device_handle device, std::uint32_t code, const std::wstring& command,
                           bool hex, std::uint32_t maxsz, bool time);
 
-// Tells on trace_err what an error number means. True when there was an error.
-bool report_ioctl_error(std::uint32_t error);
+// Writes to trace_err what a failure's number means. True when there was a failure.
+bool report_ioctl_error(const cl::os::request_end& end);
 
 // Sends the binary no-operation and, with `hex`, dumps what came back, also after an error. Returns 0 or 1.
 std::uint32_t run_bin_nop(cl::os::device_handle device, bool hex, bool time);

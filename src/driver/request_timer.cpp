@@ -1,13 +1,11 @@
 #include "driver/request_timer.hpp"
 
-#include "cl/format/format.hpp"
-#include "cl/trace/trace_list.hpp"
+#include "cl/trace/say.hpp"
 
 namespace vfl {
 
-void request_timer::tell_elapsed(std::uint64_t ticks) {
-    const std::uint64_t ns = cl::elapsed_ns(ticks, cl::hrtime.frequency);
-    cl::trace_out((cl::basic_format<char>("time: %#,.9? sec\n") << ns).str());
+void request_timer::report_elapsed(std::uint64_t ticks) {
+    cl::say(cl::trace_out, "time: %#,.9? sec\n", cl::elapsed_ns(ticks, cl::hrtime.frequency));
 }
 
 } // namespace vfl

@@ -1,4 +1,4 @@
-// How long a request to the driver takes, for people who ask for it.
+// How long a request to the driver takes, for users who ask for it.
 #pragma once
 
 #include "cl/time/hrtime.hpp"
@@ -12,14 +12,15 @@ class request_timer {
 public:
     explicit request_timer(bool on) : on_(on), start_(on ? cl::hrtime.now() : 0) {}
 
-    // Takes the time and tells it on trace_out. Called when the request has succeeded, ahead of its reply.
-    void tell() const {
+    // Takes the time and writes it to trace_out. Called when the request has succeeded, before its reply is
+    // shown.
+    void report() const {
         if (on_)
-            tell_elapsed(cl::hrtime.now() - start_);
+            report_elapsed(cl::hrtime.now() - start_);
     }
 
 private:
-    static void tell_elapsed(std::uint64_t ticks);
+    static void report_elapsed(std::uint64_t ticks);
 
     bool on_;
     std::uint64_t start_;

@@ -1,7 +1,6 @@
 #include "driver/text_command.hpp"
 
-#include "cl/format/format.hpp"
-#include "cl/trace/trace_list.hpp"
+#include "cl/trace/say.hpp"
 #include "driver/request_timer.hpp"
 
 #include <algorithm>
@@ -42,33 +41,31 @@ std::wstring shortened(const std::wstring& command) {
 
 } // namespace
 
-std::uint32_t string_ioctl_command(cl::os::device_handle device, std::uint32_t code,
-                                   const std::wstring& command, std::wstring& reply, std::uint32_t maxsz,
-                                   bool time) {
+cl::os::request_end string_ioctl_command(cl::os::device_handle device, std::uint32_t code,
+                                         const std::wstring& command, std::wstring& reply,
+                                         std::uint32_t maxsz, bool time) {
     const std::uint64_t size = std::min<std::uint64_t>(std::uint64_t{maxsz} * 2, 0xFFFFFFFE);
     const std::unique_ptr<unsigned char[]> buffer(
         new (std::nothrow) unsigned char[static_cast<std::size_t>(size) + 2]);
     if (!buffer)
-        return 0xFFFFFFFF;
+        return {false, 0xFFFFFFFF};
     buffer[0] = buffer[1] = 0;
 
     const std::string in = utf16_bytes(command);
     std::uint32_t returned = 0;
     const request_timer timer(time);
-    const std::uint32_t error =
+    const cl::os::request_end end =
         cl::os::control_device(device, code, in.data(), static_cast<std::uint32_t>(in.size()), buffer.get(),
                                static_cast<std::uint32_t>(size), returned);
-    if (error != 0) {
-        cl::trace_err(
-            (cl::basic_format<wchar_t>(L"string_ioctl_command(%?) returned error %?, ret=%?, maxsz=%?\n")
-             << shortened(command) << error << returned << maxsz)
-                .str());
+    if (!end.done) {
+        cl::say(cl::trace_err, L"string_ioctl_command(%?) returned error %?, ret=%?, maxsz=%?\n",
+                shortened(command), end.error, returned, maxsz);
         cl::trace_flush(&cl::trace_err);
-        return error;
+        return end;
     }
-    timer.tell();
+    timer.report();
     reply = from_wire(buffer.get(), std::min(returned / 2, static_cast<std::uint32_t>(size / 2)));
-    return 0;
+    return end;
 }
 
 } // namespace vfl

@@ -29,19 +29,17 @@ void close_device(device_handle) {
     --device::instance().open_count;
 }
 
-std::uint32_t control_device(device_handle, std::uint32_t code, const void* in, std::uint32_t in_size,
-                             void* out, std::uint32_t out_size, std::uint32_t& returned) {
+request_end control_device(device_handle, std::uint32_t code, const void* in, std::uint32_t in_size,
+                           void* out, std::uint32_t out_size, std::uint32_t& returned) {
     device& d = device::instance();
     d.requests.push_back({code, std::string(static_cast<const char*>(in), in_size), out_size});
-    if (!d.act)
-        return returned = 0;
-    const device::answer a = d.act(d.requests.back());
+    const device::answer a = d.act ? d.act(d.requests.back()) : device::answer{};
     if (const std::size_t n = std::min<std::size_t>(a.bytes.size(), out_size); n > 0)
         std::memcpy(out, a.bytes.data(), n);
-    if (a.error == 0 || a.returned >= 0)
+    if (!a.fails || a.returned >= 0)
         returned = static_cast<std::uint32_t>(a.returned >= 0 ? a.returned
                                                               : static_cast<std::int64_t>(a.bytes.size()));
-    return a.error;
+    return {!a.fails, a.error};
 }
 
 } // namespace cl::os

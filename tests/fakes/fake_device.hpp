@@ -16,12 +16,13 @@ struct device_request {
 };
 
 struct device {
-    // What a request is answered with: the error (0 = success), the bytes for the reply buffer, and the count
-    // to report (by default the size of the bytes).
+    // What a request is answered with: the error (0 = success, unless it fails without a number), the bytes
+    // for the reply buffer, and the count to report (by default the size of the bytes).
     struct answer {
         std::uint32_t error = 0;
         std::string bytes{};
         std::int64_t returned = -1;
+        bool fails = error != 0;
     };
 
     bool exists = true;

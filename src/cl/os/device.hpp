@@ -14,10 +14,17 @@ inline constexpr device_handle invalid_device = ~device_handle{0};
 device_handle open_device(const wchar_t* path);
 void close_device(device_handle device);
 
-// Sends one control request and waits for its end without limit. Returns 0 and the reply's size in
-// `returned`, or the system's error number; `returned` then keeps what the request left in it. Neither buffer
-// may be null unless its size is 0. A driver's word for `returned` is not checked against out_size.
-std::uint32_t control_device(device_handle device, std::uint32_t code, const void* in, std::uint32_t in_size,
-                             void* out, std::uint32_t out_size, std::uint32_t& returned);
+// How a request ended. Success is the call's result, never the number: there are statuses without one, and a
+// request that fails with such a status has the error 0.
+struct request_end {
+    bool done;
+    std::uint32_t error; // of the system; 0 when done
+};
+
+// Sends one control request and waits for its end without limit. `returned` gets the reply's size; of a
+// request that fails it keeps what that left in it. Neither buffer may be null unless its size is 0. A
+// driver's word for `returned` is not checked against out_size.
+request_end control_device(device_handle device, std::uint32_t code, const void* in, std::uint32_t in_size,
+                           void* out, std::uint32_t out_size, std::uint32_t& returned);
 
 } // namespace cl::os

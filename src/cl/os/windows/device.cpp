@@ -28,8 +28,8 @@ void close_device(device_handle device) {
     CloseHandle(reinterpret_cast<HANDLE>(device));
 }
 
-std::uint32_t control_device(device_handle device, std::uint32_t code, const void* in, std::uint32_t in_size,
-                             void* out, std::uint32_t out_size, std::uint32_t& returned) {
+request_end control_device(device_handle device, std::uint32_t code, const void* in, std::uint32_t in_size,
+                           void* out, std::uint32_t out_size, std::uint32_t& returned) {
     const HANDLE handle = reinterpret_cast<HANDLE>(device);
     OVERLAPPED overlapped{};
     // A failed creation leaves no event; the request then runs without one.
@@ -49,11 +49,11 @@ std::uint32_t control_device(device_handle device, std::uint32_t code, const voi
                 abandon(handle, overlapped);
         }
     }
-    const DWORD error = ok ? 0 : GetLastError();
+    const request_end end{ok != FALSE, ok ? 0 : GetLastError()};
     returned = count;
     if (overlapped.hEvent)
         CloseHandle(overlapped.hEvent);
-    return error;
+    return end;
 }
 
 } // namespace cl::os
