@@ -3,8 +3,19 @@
 #include <atomic>
 #include <mutex>
 
+// The product's own functions, compiled under these names.
+namespace cl::os {
+
+extern decltype(tick_count) real_tick_count;
+extern decltype(sleep_ms) real_sleep_ms;
+extern decltype(now_local) real_now_local;
+extern decltype(unix_time) real_unix_time;
+
+} // namespace cl::os
+
 namespace {
 
+std::atomic<bool> in_hand;
 std::atomic<std::uint32_t> ticks;
 std::atomic<std::uint64_t> slept;
 std::atomic<std::int64_t> seconds{1767323045};
@@ -23,6 +34,11 @@ void clock::reset() {
     set_unix(1767323045);
     set_local(first_local);
     hook = nullptr;
+    in_hand = true;
+}
+
+void clock::end() {
+    in_hand = false;
 }
 
 void clock::set_ticks(std::uint32_t value) {
@@ -52,10 +68,12 @@ void clock::on_sleep(std::function<void(std::uint32_t)> f) {
 namespace cl::os {
 
 std::uint32_t tick_count() {
-    return ticks;
+    return in_hand ? ticks.load() : real_tick_count();
 }
 
 void sleep_ms(std::uint32_t ms) {
+    if (!in_hand)
+        return real_sleep_ms(ms);
     fakes::clock::advance(ms);
     slept += ms;
     if (hook)
@@ -63,12 +81,14 @@ void sleep_ms(std::uint32_t ms) {
 }
 
 local_time now_local() {
+    if (!in_hand)
+        return real_now_local();
     const std::lock_guard guard(local_lock);
     return local;
 }
 
 std::int64_t unix_time() {
-    return seconds;
+    return in_hand ? seconds.load() : real_unix_time();
 }
 
 } // namespace cl::os

@@ -1,4 +1,5 @@
-// The clock of cl/os/clock.hpp, advanced by hand. Thread-safe, except for on_sleep.
+// The clock of cl/os/clock.hpp: the real one, until a test takes it in hand with reset(). Thread-safe, except
+// for on_sleep.
 #pragma once
 
 #include "cl/os/clock.hpp"
@@ -8,7 +9,7 @@
 namespace fakes {
 
 struct clock {
-    // Back to tick 0, 2026-01-02 03:04:05.006, and 1767323045 seconds since 1970; no sleep hook.
+    // In hand: at tick 0, 2026-01-02 03:04:05.006, and 1767323045 seconds since 1970; no sleep hook.
     static void reset();
     static void set_ticks(std::uint32_t ticks);
     static void set_local(const cl::os::local_time& now);
@@ -18,6 +19,8 @@ struct clock {
     static std::uint64_t slept_ms();
     // Called in each sleep, after the time has been advanced.
     static void on_sleep(std::function<void(std::uint32_t ms)> hook);
+    // The real clock again.
+    static void end();
 };
 
 } // namespace fakes
