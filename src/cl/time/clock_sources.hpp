@@ -1,5 +1,5 @@
-// What the clock asks of the machine: one small list of operations, so that its choice and its calibration
-// also run on simulated machines.
+// What the clock needs from the machine: one small list of operations, so that the choice of a source and the
+// calibration also run on simulated machines.
 #pragma once
 
 #include <cstdint>
@@ -8,8 +8,7 @@ namespace cl {
 
 // All may be called by any thread. None may be null.
 struct clock_sources {
-    // Facts about the machine: whether the processor tells of a time stamp counter, and how many processors
-    // there are.
+    // Whether the processor reports a time stamp counter, and the number of processors.
     bool (*has_tsc)();
     std::uint32_t (*processors)();
 
@@ -22,8 +21,8 @@ struct clock_sources {
     bool (*perf_frequency)(std::uint64_t& hz);
     std::uint64_t (*perf_counter)();
 
-    // The multimedia timer: its finest period in ms; the hold on a period and its release, each of which
-    // tells whether it worked; and the reading in ms modulo 2^32.
+    // The multimedia timer: its finest period in ms; holding and releasing a period; and the reading in ms
+    // modulo 2^32. The first three return false on failure.
     bool (*mm_min_period)(std::uint32_t& ms);
     bool (*mm_begin_period)(std::uint32_t ms);
     bool (*mm_end_period)(std::uint32_t ms);
@@ -31,13 +30,13 @@ struct clock_sources {
     // The period of the timer interrupt in units of 100 ns; 0 when it isn't known.
     std::uint32_t (*interrupt_period)();
 
-    // Raises the calling thread to time critical and returns the priority that it had, for the other one.
+    // Raises the calling thread to time critical and returns the priority that it had, for restore_priority.
     std::int32_t (*raise_priority)();
     void (*restore_priority)(std::int32_t priority);
     void (*sleep_ms)(std::uint32_t ms);
 };
 
-// Those of this machine. Windows. cpu_info, os_info and the library table must be there.
+// Those of this machine; Windows only. cpu_info, os_info and the library table must be there.
 extern const clock_sources windows_clock_sources;
 
 } // namespace cl

@@ -35,8 +35,8 @@ std::uint64_t hrtime_clock::first_reading(hrtime_clock& clock) {
     return clock.now();
 }
 
-// Raw values that stand still or fall are lifted, so that every result is above the one before. A thread that
-// comes late to the lock with an older value is one more such case.
+// A raw value that isn't above the last one is raised, so that every result is above the one before. This
+// includes a thread that gets the lock late, with an older value.
 std::uint64_t hrtime_clock::read_tsc(hrtime_clock& clock) {
     const std::uint64_t raw = clock.sources.tsc();
     const mutex_auto guard(clock.lock, true);

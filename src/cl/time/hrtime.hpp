@@ -1,5 +1,5 @@
-// The process's high-resolution clock: a counter and its rate, whichever of the machine's time sources stands
-// behind them. The source is chosen at the first reading, which is slow for it (200 ms and more where the
+// The process's high-resolution clock: a counter and its rate, from the best of the machine's time sources.
+// The source is chosen at the first reading, which is slow for it (200 ms and more where the
 // processor's counter is measured); later readings cost what the source costs.
 #pragma once
 
@@ -22,7 +22,7 @@ struct hrtime_clock {
     // Both must outlive the clock.
     constexpr hrtime_clock(const clock_sources& machine, fact_store& report)
         : sources(machine), facts(report) {}
-    // Gives back a held period of the multimedia timer.
+    // Releases a held period of the multimedia timer.
     ~hrtime_clock();
     hrtime_clock(const hrtime_clock&) = delete;
     hrtime_clock& operator=(const hrtime_clock&) = delete;
@@ -30,10 +30,10 @@ struct hrtime_clock {
     // The counter, in units of 1/`frequency` s.
     std::uint64_t now() { return now_fn.load(std::memory_order_acquire)(*this); }
 
-    // Puts a time source into use: the one that is asked for, or what comes next where that one is missing
-    // (told on trace_out); the best of the machine for source_automatic and for any number without a name.
-    // The report goes to `facts`, under "hrtime". False when there is no source now and readings give 0. May
-    // be called again.
+    // Puts a time source into use: the requested one or, if that is missing (which is written to trace_out),
+    // the next best; the machine's best for source_automatic and for any number without a name. The report
+    // goes to `facts`, under "hrtime". False if there is no source now and readings give 0. May be called
+    // again.
     bool select_source(std::int32_t requested);
 
     // The report text on the source in use.
@@ -54,7 +54,7 @@ struct hrtime_clock {
     std::atomic<std::int32_t> calibrations = 0;        // runs so far, failed ones too
     std::atomic<std::int32_t> selected = 0;            // 1 once a choice has begun; nothing reads it
     std::atomic<std::uint32_t> congruence = 0; // how far the two halves agree, in thousandths of a percent
-    std::atomic<bool> period_held = false;     // a period of the multimedia timer is to be given back:
+    std::atomic<bool> period_held = false;     // a period of the multimedia timer must be released:
     std::atomic<std::uint32_t> period = 0;     // this one, in ms
 
     const clock_sources& sources;
@@ -81,8 +81,8 @@ private:
     void drop_period();
 };
 
-// The difference of two readings in nanoseconds. Whole seconds go first, so that the product stays inside 64
-// bits.
+// The difference of two readings in nanoseconds. Whole seconds are converted apart from the rest, so that no
+// product exceeds 64 bits.
 constexpr std::uint64_t elapsed_ns(std::uint64_t ticks, std::uint64_t frequency) {
     return frequency == 0 ? 0 : ticks / frequency * 1000000000 + ticks % frequency * 1000000000 / frequency;
 }

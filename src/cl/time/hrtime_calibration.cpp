@@ -8,11 +8,11 @@ namespace cl {
 namespace {
 
 constexpr std::uint32_t half_ms = 100;            // each half of the first run lasts at least as long
-constexpr std::uint64_t least_hz = 60000000;      // a counter below this is none
+constexpr std::uint64_t least_hz = 60000000;      // a slower counter isn't a processor's
 constexpr std::uint64_t full_congruence = 100000; // 100 %
 constexpr std::uint64_t least_congruence = 99000;
 
-// Two samples differ in their ticks, unless two threads calibrate at once and met at the same edge.
+// Two samples differ in their ticks, unless two threads calibrate at once and took them at the same edge.
 std::uint64_t rate(std::uint64_t tsc, std::uint64_t ms) {
     return ms == 0 ? 0 : tsc * 1000 / ms;
 }
@@ -23,7 +23,7 @@ struct hrtime_clock::sample {
     std::uint64_t tsc, tick;
 };
 
-// Just behind an edge of the tick count, and as undisturbed as a thread can be.
+// Right after an edge of the tick count, at the highest priority so that nothing comes between.
 hrtime_clock::sample hrtime_clock::take_sample() const {
     const std::int32_t priority = sources.raise_priority();
     const std::uint32_t before = sources.tick_count();
@@ -35,8 +35,8 @@ hrtime_clock::sample hrtime_clock::take_sample() const {
     return {tsc, tick};
 }
 
-// Ticks are compared in 64 bits on purpose: a tick count that wraps in between gives a useless rate, which
-// the tests below reject, and no wait that doesn't end.
+// Ticks are deliberately compared in 64 bits: a tick count that wraps in between gives a useless rate, which
+// the tests below reject, and the wait ends.
 bool hrtime_clock::calibrate() {
     const bool first_run = calibrations.fetch_add(1) == 0;
     sample middle{};

@@ -12,7 +12,7 @@ namespace cl {
 class nt_timer_resolution {
 public:
     explicit nt_timer_resolution(library_table& table = libraries) : table_(table) {}
-    // Gives a resolution back that is held.
+    // Releases a held resolution.
     ~nt_timer_resolution();
     nt_timer_resolution(const nt_timer_resolution&) = delete;
     nt_timer_resolution& operator=(const nt_timer_resolution&) = delete;
@@ -20,7 +20,7 @@ public:
     // In units of 100 ns; 0 when a function is missing or the query fails.
     std::uint32_t current();
 
-    // Whether a resolution has been set and is to be given back. Its setter's; this class sets none.
+    // Whether a resolution is held. For whoever sets one; this class sets none.
     bool held = false;
 
 private:

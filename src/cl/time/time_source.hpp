@@ -7,7 +7,7 @@
 namespace cl {
 
 enum time_source : std::int32_t {
-    source_automatic = -1, // asks for the choice; the mode of a clock that has not chosen yet
+    source_automatic = -1, // a request for the best one; the mode of a clock that has not chosen yet
     source_tsc = 1,        // the processor's counter, made monotonic
     source_perfcnt = 2,    // the performance counter
     source_ticks = 3,      // the tick count
