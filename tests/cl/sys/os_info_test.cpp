@@ -24,11 +24,14 @@ os_facts system_of(std::uint32_t version, std::uint32_t build, std::uint32_t pro
     return f;
 }
 
+std::uint32_t number(const row& r, const char* column) {
+    return static_cast<std::uint32_t>(r.number(column));
+}
+
 TEST(os_info, edition_words) {
     for_rows("os_edition.tsv", [](const row& r) {
-        const auto number = [&r](const char* column) { return static_cast<std::uint32_t>(r.number(column)); };
-        const std::uint32_t version = number("version"), shown = number("shown");
-        os_facts f = system_of(shown ? shown : version, 1, number("kind"), number("suite"));
+        const std::uint32_t version = number(r, "version"), shown = number(r, "shown");
+        os_facts f = system_of(shown ? shown : version, 1, number(r, "kind"), number(r, "suite"));
         const std::string flags = r.text("flags");
         f.server_r2 = flags.find('r') != flags.npos;
         f.media_center = flags.find('m') != flags.npos;
@@ -38,41 +41,22 @@ TEST(os_info, edition_words) {
 }
 
 TEST(os_info, texts) {
-    const struct {
-        const char* name;
-        std::uint32_t version, build, sp_major, sp_minor, processors;
-        const wchar_t *product_name, *current_type;
-        std::wstring product, procs, version_text;
-    } rows[] = {
-        {"one processor", 601, 7600, 0, 0, 1, L"Windows 7", L"Multiprocessor Free",
-         L"Windows 7 Multiprocessor Free", L"", L"6.01.7600"},
-        {"service pack 2, maker's name", 601, 7601, 2, 0, 2, L"Microsoft Windows", L"", L"Windows ",
-         L" (2 procs)", L"6.01.7601, SP2"},
-        {"service pack 2.10, name in lower case", 601, 7601, 2, 10, 1, L"microsoft Windows", L"T",
-         L"microsoft Windows T", L"", L"6.01.7601, SP2.10"},
-        {"no name in the registry", 1000, 19045, 0, 0, 4, L"", L"T", L"Windows 10 (x64)", L" (4 procs)",
-         L"10.00.19045"},
-        {"no name in the registry of 8.1", 603, 9600, 0, 0, 1, L"", L"", L"Windows 8.1 (x64)", L"",
-         L"6.03.9600"},
-        {"nothing but the maker", 600, 6002, 0, 5, 1, L"Microsoft ", L"T", L" T", L"", L"6.00.6002, SP0.05"},
-    };
-    for (const auto& r : rows) {
-        SCOPED_TRACE(r.name);
-        os_facts f = system_of(r.version, r.build);
-        f.sp_major = r.sp_major;
-        f.sp_minor = r.sp_minor;
-        f.processors = r.processors;
-        f.product_name = r.product_name;
-        f.current_type = r.current_type;
+    for_rows("os_texts.tsv", [](const row& r) {
+        os_facts f = system_of(number(r, "version"), number(r, "build"));
+        f.sp_major = number(r, "sp_major");
+        f.sp_minor = number(r, "sp_minor");
+        f.processors = number(r, "processors");
+        f.product_name = r.wide("product_name");
+        f.current_type = r.wide("current_type");
         const cl::os_record os = cl::make_os_record(f);
-        EXPECT_EQ(os.description,
-                  r.product + L" (x64)" + r.procs + L" v" + r.version_text + L", LangId 0409");
-        EXPECT_EQ(os.product_text, r.product + r.procs);
-        EXPECT_EQ(os.version_text, r.version_text + L" (x64)");
-        EXPECT_EQ(os.sp_value, r.sp_major * 100 + r.sp_minor);
-        EXPECT_EQ(os.build, r.build) << "without the flag bits";
+        const std::wstring product = r.wide("product"), procs = r.wide("procs"), v = r.wide("version_text");
+        EXPECT_EQ(os.description, product + L" (x64)" + procs + L" v" + v + L", LangId 0409");
+        EXPECT_EQ(os.product_text, product + procs);
+        EXPECT_EQ(os.version_text, v + L" (x64)");
+        EXPECT_EQ(os.sp_value, f.sp_major * 100 + f.sp_minor);
+        EXPECT_EQ(os.build, f.shown.build) << "without the flag bits";
         EXPECT_FALSE(os.version_masked);
-    }
+    });
 }
 
 TEST(os_info, a_masked_version_and_an_unknown_platform) {

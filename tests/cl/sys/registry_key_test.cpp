@@ -1,9 +1,8 @@
 // Both key classes over a key that the test prepares.
 #include "cl/sys/os_info.hpp"
 #include "cl/sys/registry_key.hpp"
+#include "rows.hpp"
 
-#include <gtest/gtest.h>
-#include <string>
 #include <windows.h>
 
 namespace {
@@ -38,43 +37,20 @@ bool is_open(std::uintptr_t handle) {
 }
 
 TEST_F(registry, texts_of_every_size_and_type) {
-    const auto x = [](std::size_t n) { return std::wstring(n, L'x'); };
-    const std::wstring zero(1, L'\0');
-    const struct {
-        const char* name;
-        DWORD type;
-        std::wstring data; // as stored
-        bool ok;
-        std::wstring text; // the native class cuts it at 128 characters
-    } rows[] = {
-        {"0 bytes", REG_SZ, L"", true, L""},
-        {"2 bytes", REG_SZ, zero, true, L""},
-        {"plain", REG_SZ, L"a\u00E4\u20AC" + zero, true, L"a\u00E4\u20AC"},
-        {"256 bytes", REG_SZ, x(127) + zero, true, x(127)},
-        {"256 bytes without a terminator", REG_SZ, x(128), true, x(128)},
-        {"258 bytes", REG_SZ, x(128) + zero, true, x(128)},
-        {"300 bytes", REG_EXPAND_SZ, x(149) + zero, true, x(149)},
-        {"300 characters", REG_SZ, x(300) + zero, true, x(300)},
-        {"unexpanded", REG_EXPAND_SZ, L"%TEMP%" + zero, true, L"%TEMP%"},
-        {"two terminators", REG_SZ, L"ab" + zero + zero, true, L"ab"},
-        {"a zero inside", REG_SZ, L"a" + zero + L"b" + zero, true, L"a" + zero + L"b"},
-        {"number", REG_DWORD, L"ab", false, L"before"},
-        {"list", REG_MULTI_SZ, L"ab" + zero + zero, false, L"before"},
-        {"long bytes", REG_BINARY, x(400), false, L"before"},
-    };
     cl::nt_registry_key nt;
     ASSERT_TRUE(nt.open(L"\\Registry\\Machine\\Software\\VexaUnitTest", nullptr, access_right));
-    for (const auto& r : rows) {
-        SCOPED_TRACE(r.name);
-        put(L"v", r.type, r.data.data(), 2 * r.data.size());
+    for_rows("registry_texts.tsv", [&](const row& r) {
+        const std::wstring stored = r.wide("stored"), wanted = r.wide("text");
+        const bool ok = r.number("ok") != 0;
+        put(L"v", static_cast<DWORD>(r.number("type")), stored.data(), 2 * stored.size());
         std::wstring text = L"before", nt_text = L"before";
-        EXPECT_EQ(key.read_string(L"v", text), r.ok);
-        EXPECT_EQ(text, r.text);
-        EXPECT_EQ(key.status == 0, r.ok);
-        EXPECT_EQ(nt.read_string(L"v", nt_text), r.ok);
-        EXPECT_EQ(nt_text, r.text.substr(0, 128));
-        EXPECT_EQ(nt.status >= 0, r.ok);
-    }
+        EXPECT_EQ(key.read_string(L"v", text), ok);
+        EXPECT_EQ(text, wanted);
+        EXPECT_EQ(key.status == 0, ok);
+        EXPECT_EQ(nt.read_string(L"v", nt_text), ok);
+        EXPECT_EQ(nt_text, wanted.substr(0, 128));
+        EXPECT_EQ(nt.status >= 0, ok);
+    });
     std::wstring text;
     EXPECT_FALSE(nt.read_string(L"missing", text));
     EXPECT_EQ(nt.status, static_cast<std::int32_t>(0xC0000034));

@@ -1,34 +1,17 @@
 #include "cl/sys/seed_text.hpp"
-
-#include <gtest/gtest.h>
+#include "rows.hpp"
 
 namespace {
 
 TEST(seed_text, addresses_of_real_adapters) {
     using cl::network_adapter;
-    const std::vector<std::uint8_t> good = {0x00, 0x11, 0x22, 0x33, 0x44, 0xFF};
-    const std::pair<network_adapter, const char*> rows[] = {
-        {{6, good, "Ethernet"}, "00:11:22:33:44:ff "},
-        {{9, good, "Ring"}, "00:11:22:33:44:ff "},
-        {{71, good, "Radio"}, "00:11:22:33:44:ff "},
-        {{24, good, "Loopback"}, ""},
-        {{6, {0x00, 0x11, 0x22, 0x33, 0x44}, "five bytes"}, ""},
-        {{6, {0x00, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77}, "eight bytes"}, ""},
-        {{6, {0, 0, 0, 0, 0, 0}, ""}, ""},
-        {{6, {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}, ""}, ""},
-        {{6, {0x33, 0x33, 0, 0, 0, 1}, ""}, ""},
-        {{6, {0x88, 0x88, 0x88, 0x88, 0x87, 0x88}, ""}, ""},
-        {{6, {0x88, 0x88, 0x88, 0x88, 0x88, 0x88}, ""}, "88:88:88:88:88:88 "},
-        {{6, {0x01, 0x11, 0x22, 0x33, 0x44, 0x55}, "group"}, ""},
-        {{6, {0x02, 0x11, 0x22, 0x33, 0x44, 0x55}, "local"}, ""},
-        {{6, {0x00, 0x50, 0x56, 1, 2, 3}, "maker of machines"}, ""},
-        {{6, {0x00, 0x50, 0x57, 1, 2, 3}, "next maker"}, "00:50:57:01:02:03 "},
-        {{6, {0x0A, 0x00, 0x27, 0, 0, 1}, ""}, ""},
-        {{6, good, "My VirTUAL Switch"}, ""},
-    };
-    for (const auto& [adapter, text] : rows)
-        EXPECT_EQ(cl::adapter_addresses({&adapter, 1}), text) << adapter.description;
-
+    for_rows("adapters.tsv", [](const row& r) {
+        const std::string address = r.text("address"), shown = r.text("shown");
+        const network_adapter adapter{static_cast<std::uint32_t>(r.number("kind")),
+                                      {address.begin(), address.end()},
+                                      r.text("description")};
+        EXPECT_EQ(cl::adapter_addresses({&adapter, 1}), shown.empty() ? "" : shown + " ");
+    });
     const network_adapter several[] = {
         {6, {8, 0, 0, 0, 0, 2}, ""}, {71, {4, 0, 0, 0, 0, 9}, ""}, {6, {8, 0, 0, 0, 0, 2}, ""}};
     EXPECT_EQ(cl::adapter_addresses(several), "04:00:00:00:00:09 08:00:00:00:00:02 ") << "sorted, each once";

@@ -1,8 +1,8 @@
 // The record of the system that the test runs on, against what Windows tells by other ways.
 #include "cl/sys/os_info.hpp"
+#include "this_program.hpp"
 
 #include <filesystem>
-#include <gtest/gtest.h>
 #include <windows.h>
 
 namespace {
@@ -35,36 +35,20 @@ TEST(os_facts, DISABLED_in_another_process) {
 TEST(os_facts, under_other_versions_of_windows) {
     if (!GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version"))
         GTEST_SKIP() << "the version of this system can't be chosen";
-    namespace fs = std::filesystem;
-    wchar_t self[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, self, MAX_PATH);
-    const fs::path copy = fs::temp_directory_path() / L"vfl_version_test.exe";
-    fs::copy_file(self, copy, fs::copy_options::overwrite_existing);
+    const std::string copy = (std::filesystem::temp_directory_path() / "vfl_version_test.exe").string();
+    std::filesystem::copy_file(testing::internal::GetArgvs()[0], copy,
+                               std::filesystem::copy_options::overwrite_existing);
     const wchar_t* const key = L"Software\\Wine\\AppDefaults\\vfl_version_test.exe";
-    const std::pair<std::wstring, DWORD> rows[] = {
+    const std::pair<std::wstring, int> rows[] = {
         {L"winxp64", 502}, {L"win2008", 0x40000 | 600}, {L"win7", 0x20000 | 601}, {L"win10", 0x20000 | 1000}};
     for (const auto& [name, result] : rows) {
-        SCOPED_TRACE(testing::PrintToString(name));
         ASSERT_EQ(RegSetKeyValueW(HKEY_CURRENT_USER, key, L"Version", REG_SZ, name.c_str(),
                                   static_cast<DWORD>(2 * (name.size() + 1))),
                   0);
-        std::wstring command = copy.wstring() + L" --gtest_brief=1 --gtest_also_run_disabled_tests"
-                                                L" --gtest_filter=*in_another_process";
-        STARTUPINFOW start{};
-        start.cb = sizeof start;
-        start.dwFlags = STARTF_USESTDHANDLES; // none: its output is no part of ours
-        PROCESS_INFORMATION process{};
-        ASSERT_TRUE(CreateProcessW(copy.c_str(), command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                                   &start, &process));
-        DWORD code = 0;
-        EXPECT_EQ(WaitForSingleObject(process.hProcess, 60000), WAIT_OBJECT_0);
-        GetExitCodeProcess(process.hProcess, &code);
-        EXPECT_EQ(code, result) << std::hex << code;
-        CloseHandle(process.hThread);
-        CloseHandle(process.hProcess);
+        EXPECT_EQ(this_program("*in_another_process", copy).end(), result) << testing::PrintToString(name);
     }
     RegDeleteTreeW(HKEY_CURRENT_USER, key);
-    fs::remove(copy);
+    std::filesystem::remove(copy);
 }
 
 } // namespace

@@ -1,31 +1,34 @@
 // The supervisor on a simulated clock: every way through it, at the last poll of each wait and one after.
 #include "cl/wifi/virtual_wifi_supervisor.hpp"
+#include "rows.hpp"
 
-#include <gtest/gtest.h>
 #include <map>
-#include <vector>
+#include <sstream>
 
 namespace {
 
 constexpr std::uint32_t refused = 0xFFFFFFFF, never = 0xF0000000;
 
-// The network's state from a time on, in milliseconds since the run began.
-struct phase {
-    std::uint32_t from;
-    std::int32_t state;
+struct scenario {
+    bool loaded;
+    std::map<std::uint32_t, std::int32_t> before;
+    std::vector<std::uint32_t> starts;
+    std::uint32_t step;
 };
 
-struct scenario {
-    const char* name;
-    bool wake_up, loaded;
-    std::vector<phase> before;         // until the first start that works
-    std::vector<std::uint32_t> starts; // for each start the time until the network is active
-    const char* said;                  // behind the first line, a letter a line
-    std::int32_t result;
-    std::uint32_t took;
-    int queries;
-    std::uint32_t step = 1000; // what a sleep of a second takes
-};
+scenario scene_of(const row& r) {
+    scenario s{r.number("loaded") != 0, {}, {}, static_cast<std::uint32_t>(r.number("step"))};
+    std::istringstream before(r.text("before")), starts(r.text("starts"));
+    std::uint32_t from = 0;
+    char colon = 0;
+    for (std::int32_t state = 0; before >> from >> colon >> state;)
+        s.before[from] = state;
+    for (std::string word; starts >> word;)
+        s.starts.push_back(word == "refused" ? refused
+                           : word == "never" ? never
+                                             : static_cast<std::uint32_t>(std::stoul(word)));
+    return s;
+}
 
 const std::map<char, std::string> lines = {
     {'n', "Virtual Wi-Fi not available.\n"},
@@ -49,11 +52,8 @@ struct simulated_network final : cl::supervised_network {
         ++queries;
         if (started)
             return now >= active_at ? 2 : 1;
-        std::int32_t state = 0;
-        for (const phase& p : s.before)
-            if (now >= p.from)
-                state = p.state;
-        return state;
+        const auto next = s.before.upper_bound(now);
+        return next == s.before.begin() ? 0 : std::prev(next)->second;
     }
     bool start(const std::string& ssid, const std::string& password) override {
         EXPECT_EQ(ssid + " " + password, "home secret word");
@@ -87,43 +87,24 @@ struct simulated_network final : cl::supervised_network {
 };
 
 TEST(virtual_wifi_supervisor, every_way_through) {
-    const scenario rows[] = {
-        {"at once", true, true, {{0, 1}}, {0}, "s", 1, 0, 3},
-        {"stack up at the last poll", true, true, {{0, 0}, {59000, 1}}, {0}, "s", 1, 59000, 62},
-        {"stack up behind it", true, true, {{0, 0}, {59001, 1}}, {0}, "ns", 1, 60000, 62},
-        {"stack never up", true, true, {{0, 0}}, {refused}, "nr", 0, 60000, 61},
-        {"no API", true, false, {{0, 0}}, {refused}, "nr", 0, 60000, 60},
-        {"polls late", true, true, {{0, 0}}, {refused}, "nr", 0, 61600, 12, 5600},
-        {"active, without a sleep", false, true, {{0, 2}}, {}, "f", 1, 0, 2},
-        {"active until the last poll", true, true, {{0, 2}, {60000, 1}}, {0}, "fis", 1, 60000, 63},
-        {"active behind it", true, true, {{0, 2}, {60001, 1}}, {}, "fl", 1, 60000, 62},
-        {"active, then gone", true, true, {{0, 2}, {900, 0}}, {0}, "fis", 1, 1000, 4},
-        {"all waits", true, true, {{60000, 2}, {119500, 1}}, {9500}, "nfiswu", 1, 130000, 132},
-        {"refused", true, true, {{0, 1}}, {refused}, "r", 0, 0, 2},
-        {"active in a second", true, true, {{0, 1}}, {500}, "swu", 1, 1000, 4},
-        {"active at the last poll", false, true, {{0, 1}}, {10000}, "swu", 1, 10000, 13},
-        {"active behind it", true, true, {{0, 1}}, {10001, 0}, "swa", 1, 10000, 14},
-        {"polls late for the start", true, true, {{0, 1}}, {never, 0}, "swa", 1, 10500, 11, 1500},
-        {"second start without effect", true, true, {{0, 1}}, {never, 1}, "swad", 0, 10000, 14},
-        {"second start refused", true, true, {{0, 1}}, {never, refused}, "swR", 0, 10000, 13},
-    };
-    for (const scenario& r : rows) {
+    for_rows("wifi_supervisor.tsv", [](const row& r) {
+        const scenario scene = scene_of(r);
+        const bool wake_up = r.number("wake_up") != 0;
+        std::string said = wake_up ? "Starting Virtual Wi-Fi (wake-up call).\n" : "Starting Virtual Wi-Fi.\n";
+        for (const char letter : r.text("said"))
+            said += lines.at(letter);
         // Also across the wrap of the tick count.
         for (const std::uint32_t first_tick : {0u, 0xFFFFFE00u, 0xFFFF8000u}) {
-            SCOPED_TRACE(testing::Message() << r.name << " from tick " << first_tick);
-            std::string said =
-                r.wake_up ? "Starting Virtual Wi-Fi (wake-up call).\n" : "Starting Virtual Wi-Fi.\n";
-            for (const char* line = r.said; *line; ++line)
-                said += lines.at(*line);
-            simulated_network network(r, first_tick);
-            EXPECT_EQ(cl::virtual_wifi_supervisor(r.wake_up, network), r.result);
+            SCOPED_TRACE(first_tick);
+            simulated_network network(scene, first_tick);
+            EXPECT_EQ(cl::virtual_wifi_supervisor(wake_up, network), r.number("result"));
             EXPECT_EQ(network.said, said);
-            EXPECT_EQ(network.now, r.took);
-            EXPECT_EQ(network.queries, r.queries);
-            EXPECT_EQ(network.starts, r.starts.size());
-            EXPECT_EQ(network.configs, r.starts.empty() ? 0 : 1);
+            EXPECT_EQ(network.now, r.number("took"));
+            EXPECT_EQ(network.queries, r.number("queries"));
+            EXPECT_EQ(network.starts, scene.starts.size());
+            EXPECT_EQ(network.configs, scene.starts.empty() ? 0 : 1);
         }
-    }
+    });
 }
 
 } // namespace
