@@ -1,10 +1,11 @@
-"""Runs the test files beside it, one line a test, and counts."""
+"""Runs the test files beside it and the transcripts of cases/, one line a test, and counts."""
 import pathlib
 import sys
 import time
 import unittest
 
 import harness
+import transcript
 
 
 class Result(unittest.TestResult):
@@ -23,7 +24,9 @@ class Result(unittest.TestResult):
 
 
 pattern = sys.argv[1] if len(sys.argv) > 1 else "*"
-suite = unittest.defaultTestLoader.discover(str(pathlib.Path(__file__).parent), f"{pattern}_test.py")
+folder = pathlib.Path(__file__).parent
+suite = unittest.defaultTestLoader.discover(str(folder), f"{pattern}_test.py")
+suite.addTests(transcript.suite(path) for path in sorted(folder.glob(f"cases/{pattern}.txt")))
 result = Result()
 suite.run(result)
 for test, text in result.failures + result.errors:
