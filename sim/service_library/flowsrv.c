@@ -1,7 +1,8 @@
 /* Stand-in for the service library. It writes every call with its arguments to "flowsrv.log" and answers as
    "flowsrv.cfg" tells, both in the folder that it was loaded from. A line NAME=NUMBER there is what the
    function returns (by default 1 for start_service_ex, and 0 for the others), a line NAME.delay=NUMBER the
-   milliseconds that it takes. Built with LEAVE_OUT_<name> the library lacks that export. */
+   milliseconds that it takes. A host that unloads the library while a call is inside finds that in the log
+   too. Built with LEAVE_OUT_<name> the library lacks that export. */
 #include "../beside_library.h"
 #include "contracts/service_library.h"
 
@@ -13,6 +14,7 @@
 #define EXPORT __declspec(dllexport)
 
 static SRWLOCK log_lock = SRWLOCK_INIT;
+static volatile LONG calls_inside;
 
 static void put(HANDLE file, const char* text) {
     DWORD written;
@@ -42,6 +44,7 @@ static uint32_t answer(const char* name, uint32_t otherwise, const wchar_t* cons
                        uint64_t token) {
     char text[80];
     const uint32_t result = configured_in(L"flowsrv.cfg", name, otherwise);
+    InterlockedIncrement(&calls_inside);
     AcquireSRWLockExclusive(&log_lock);
     const HANDLE file = open_beside(L"flowsrv.log", FILE_APPEND_DATA, OPEN_ALWAYS);
     if (file != INVALID_HANDLE_VALUE) {
@@ -61,7 +64,19 @@ static uint32_t answer(const char* name, uint32_t otherwise, const wchar_t* cons
     ReleaseSRWLockExclusive(&log_lock);
     snprintf(text, sizeof text, "%s.delay", name);
     Sleep(configured_in(L"flowsrv.cfg", text, 0));
+    InterlockedDecrement(&calls_inside);
     return result;
+}
+
+/* `ending` is null when the host has let go of the library, and not at the end of the process. */
+BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID ending) {
+    (void)module;
+    if (reason == DLL_PROCESS_DETACH && !ending && calls_inside != 0) {
+        const HANDLE file = open_beside(L"flowsrv.log", FILE_APPEND_DATA, OPEN_ALWAYS);
+        put(file, "unloaded with a call inside\r\n");
+        CloseHandle(file);
+    }
+    return TRUE;
 }
 
 /* A calibration's arguments; a null pointer for them shows as NULL. */

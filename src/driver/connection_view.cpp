@@ -1,6 +1,7 @@
 #include "driver/connection_view.hpp"
 
 #include "cl/os/clock.hpp"
+#include "cl/trace/console.hpp"
 #include "cl/trace/say.hpp"
 #include "connview/connection_table.hpp"
 #include "connview/snapshot.hpp"
@@ -49,6 +50,8 @@ int run_connection_view(cl::os::device_handle device, bool ever, bool hex, bool 
         }
         if (!ever)
             return end.done ? 0 : 1;
+        if (cl::reader_has_gone())
+            return 0; // the user\'s end
         cl::os::sleep_ms(pause_ms);
     }
 }

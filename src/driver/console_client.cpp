@@ -3,6 +3,7 @@
 #include "cl/os/clock.hpp"
 #include "cl/os/console.hpp"
 #include "cl/os/error.hpp"
+#include "cl/trace/console.hpp"
 #include "cl/trace/say.hpp"
 #include "contracts/protocol.h"
 #include "driver/bin_command.hpp"
@@ -57,7 +58,10 @@ int run_console_client(const wchar_t* device_name, std::uint32_t code, const wch
                                                options.time);
         if (!options.ever)
             return done ? 0 : 1;
-        // A failing command doesn't end the repetition; only the user does.
+        // A failing command doesn't end the repetition; only the user does, also by closing the pipe that he
+        // reads.
+        if (cl::reader_has_gone())
+            return 0;
         cl::os::sleep_ms(repeat_ms);
     }
 }

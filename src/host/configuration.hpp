@@ -5,7 +5,7 @@
 namespace vfl {
 
 // Attaches the process's settings to global.ini in data_dir and configures the log from them. Called once, by
-// the modes that host the service, ahead of everything else that they do.
+// the modes that host the service, before everything else that they do.
 void configure_host();
 
 // The second half of it.

@@ -1,6 +1,7 @@
 #include "host/modes.hpp"
 
 #include "cl/format/format.hpp"
+#include "cl/log/trace_set_up.hpp"
 #include "cl/os/message_box.hpp"
 #include "cl/sys/os_info.hpp"
 #include "cl/trace/trace_list.hpp"
@@ -12,6 +13,7 @@
 #include "host/service.hpp"
 #include "host/service_manager.hpp"
 #include "host/service_start.hpp"
+#include "host/user_end.hpp"
 #include "product/locations.hpp"
 #include "product/names.hpp"
 #include "product/rights.hpp"
@@ -22,32 +24,33 @@ namespace {
 
 constexpr std::uint32_t windows_7 = 601;
 
-void say_not_loaded(const wchar_t* format) {
-    cl::trace_out((cl::basic_format<wchar_t>(format) << dll_path).str());
-}
-
 int run_service_mode() {
     configure_host();
-    const std::uint32_t error = run_dispatcher(service_main);
-    if (error != 0)
-        cl::trace_out((cl::basic_format<char>("StartServiceCtrlDispatcher error %?\n") << error).str());
+    const failure error = run_dispatcher(service_main);
+    if (error)
+        cl::trace_out((cl::basic_format<char>("StartServiceCtrlDispatcher error %?\n") << *error).str());
     // Here and never in the handler, and on every path.
     stop_service();
-    return error != 0 ? 1 : 0;
+    return error ? 1 : 0;
 }
 
 int run_win32() {
     if (!is_admin()) {
+        // Before the box, which nobody may see.
+        cl::trace_err(std::string("You need admin rights for -win32 mode\n"));
         cl::os::message_box("You need admin rights for -win32 mode", "vfl.exe", 0);
         return 1;
     }
     configure_host();
+    user_end end;
     if (!start_service())
         cl::trace_out(std::string("start_service reported an error\n"));
     cl::trace_out(std::wstring(L"press key to exit "));
-    wait_for_key();
+    end.wait();
     cl::trace_out(std::string("\n"));
     stop_service();
+    // At the end of a session nothing is certain to run after this.
+    cl::trace_file.flush(true);
     return 0;
 }
 
@@ -56,15 +59,15 @@ int run_tcpview() {
     if (dump)
         dump.call();
     else
-        say_not_loaded(L"Unable to load %?\n");
+        say_not_loaded(L"Unable to load %?\n", dump.error);
     return 0;
 }
 
-// The low byte of the calibration's result; 0 when it can't be bound, which is told.
+// The low byte of the calibration's result; 0, and a message, when it can't be bound.
 int calibrate(const char* name, const std::vector<wchar_t*>& args) {
     const library_function<vfl_calibrate> function(name);
     if (!function) {
-        say_not_loaded(L"Unable to load %?\n");
+        say_not_loaded(L"Unable to load %?\n", function.error);
         return 0;
     }
     const wchar_t* const* const first = args.empty() ? nullptr : args.data();
@@ -74,7 +77,7 @@ int calibrate(const char* name, const std::vector<wchar_t*>& args) {
 int run_install_driver() {
     const library_function<vfl_install_driver_ex> install(VFL_INSTALL_DRIVER);
     if (!install) {
-        say_not_loaded(L"unable to load install func from %?\n");
+        say_not_loaded(L"unable to load install func from %?\n", install.error);
         return 1;
     }
     initialize_com();
@@ -89,7 +92,7 @@ int run_install_driver() {
 int run_uninstall_driver() {
     const library_function<vfl_uninstall_driver_ex> uninstall(VFL_UNINSTALL_DRIVER);
     if (!uninstall) {
-        say_not_loaded(L"unable to load uninstall func from %?\n");
+        say_not_loaded(L"unable to load uninstall func from %?\n", uninstall.error);
         return 1;
     }
     initialize_com();

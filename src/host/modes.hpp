@@ -7,8 +7,8 @@
 
 namespace vfl {
 
-// Refuses to run below Windows 7, then finds the folders and the service library. False when refused, which
-// is told.
+// Refuses to run below Windows 7, with a message and false. Otherwise finds the folders and the service
+// library.
 bool prepare_host();
 
 // `extra_args` are the arguments that no option claimed, for the calibrations.

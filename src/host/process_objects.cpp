@@ -8,6 +8,7 @@
 #include "cl/format/json_tokens.hpp"
 #include "cl/ini/cached_ini.hpp"
 #include "cl/log/trace_set_up.hpp"
+#include "cl/os/never_destroyed.hpp"
 #include "cl/sys/cpu_info.hpp"
 #include "cl/sys/entropy.hpp"
 #include "cl/sys/library_table.hpp"
@@ -41,6 +42,7 @@ union place {
 
 constinit place<cl::passive_timer> slow;
 constinit place<cl::file_trace> log_place;
+constinit cl::never_destroyed<std::wstring> dll_path_place;
 
 } // namespace
 
@@ -163,7 +165,8 @@ namespace vfl {
 
 std::wstring install_dir;
 std::wstring data_dir;
-std::wstring dll_path;
+// Never destroyed: a start of the service library may still run beside the end of the process.
+std::wstring& dll_path = dll_path_place.create();
 constinit bool game_analyzer_requested = false;
 
 } // namespace vfl

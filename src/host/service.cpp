@@ -15,25 +15,40 @@ namespace vfl {
 
 namespace {
 
-// What the handler keeps. It runs on one thread at a time, but beside service_main.
-constinit std::atomic<std::uint32_t> present_state{0}, session_state{0}, session_id{0};
+// The state that the manager has heard of. service_main and the handler report on two threads; the lock is
+// held across the call, so that the last report is the one that counts.
+class reported_state {
+public:
+    // A new service, which has reported nothing.
+    void begin() {
+        const cl::mutex_auto scope(lock_, true);
+        state_ = 0;
+    }
+    // Stopped is the last state of a service: a start that ends after it reports nothing.
+    failure change(std::uint32_t state) {
+        const cl::mutex_auto scope(lock_, true);
+        if (state_ == service_stopped)
+            return {};
+        state_ = state;
+        return report_service_state(state);
+    }
+    failure repeat() {
+        const cl::mutex_auto scope(lock_, true);
+        return report_service_state(state_);
+    }
 
-// The handler may report while service_main does: what the manager hears last is the state that stands.
-constinit cl::mutex reporting;
+private:
+    cl::mutex lock_;
+    std::uint32_t state_ = 0;
+};
+
+constinit reported_state reported;
+
+// What the handler keeps from one control to the next.
+constinit std::atomic<std::uint32_t> session_state{0}, session_id{0};
 
 void say_error(const char* format, std::uint32_t error) {
     cl::trace_out((cl::basic_format<char>(format) << error).str());
-}
-
-std::uint32_t report(std::uint32_t state) {
-    const cl::mutex_auto scope(reporting, true);
-    present_state = state;
-    return report_service_state(state);
-}
-
-std::uint32_t report_present_state() {
-    const cl::mutex_auto scope(reporting, true);
-    return report_service_state(present_state);
 }
 
 // The second field of a session notification.
@@ -44,30 +59,29 @@ std::uint32_t notified_session(const void* event_data) {
     return id;
 }
 
-constexpr std::uint32_t control_session_change = 14;
-
 } // namespace
 
 void service_main() {
     cl::trace_out(std::string("srv: service_start\n"));
-    if (const std::uint32_t error = register_handler(service_control_handler)) {
-        say_error("RegisterServiceCtrlHandlerEx error %?\n", error);
+    reported.begin();
+    if (const failure error = register_handler(service_control_handler)) {
+        say_error("RegisterServiceCtrlHandlerEx error %?\n", *error);
         return;
     }
-    if (const std::uint32_t error = report(service_start_pending))
-        say_error("1: SetServiceStatus error %?\n", error);
+    if (const failure error = reported.change(service_start_pending))
+        say_error("1: SetServiceStatus error %?\n", *error);
     if (!start_service())
         cl::trace_out(std::string("start_service reported an error\n"));
-    if (const std::uint32_t error = report(service_running))
-        say_error("2: SetServiceStatus error %?\n", error);
+    // Also after a failed start, deliberately: the service stays up as an empty shell.
+    if (const failure error = reported.change(service_running))
+        say_error("2: SetServiceStatus error %?\n", *error);
 }
 
 std::uint32_t service_control_handler(std::uint32_t control, std::uint32_t event_type, void* event_data,
                                       void*) {
     const std::uint32_t id = control == control_session_change ? notified_session(event_data) : 0;
-    const std::uint32_t seen = present_state;
     const service_answer answer =
-        answer_control(control, event_type, id, {session_state.load(), session_id.load()}, seen);
+        answer_control(control, event_type, id, {session_state.load(), session_id.load()});
     for (const std::string& line : answer.lines)
         cl::trace_out(line);
     if (answer.power != power_action::none)
@@ -75,17 +89,13 @@ std::uint32_t service_control_handler(std::uint32_t control, std::uint32_t event
     session_id = answer.session.id;
     session_state = answer.session.state;
     if (answer.query_token) {
-        std::uint32_t error = 0;
-        if (has_user_token(answer.session.id, error))
-            session_state = 0;
+        if (const failure error = query_user_token(answer.session.id))
+            say_error("srv: WTSQueryUserToken error %?\n", *error);
         else
-            say_error("srv: WTSQueryUserToken error %?\n", error);
+            session_state = 0;
     }
-    // The start may have ended meanwhile. Nobody could do anything about a failure here.
-    if (answer.state != seen)
-        report(answer.state);
-    else
-        report_present_state();
+    // Nobody could do anything about a report that fails here.
+    static_cast<void>(answer.stop ? reported.change(service_stopped) : reported.repeat());
     return answer.result;
 }
 

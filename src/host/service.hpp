@@ -14,7 +14,7 @@ void service_main();
 std::uint32_t service_control_handler(std::uint32_t control, std::uint32_t event_type, void* event_data,
                                       void* context);
 
-// Tells of a suspend or a resume; a resume brings the hosted network back if the user has asked for that.
+// Logs a suspend or a resume; a resume brings the hosted network back if the user has asked for that.
 void power_event(bool resume);
 
 } // namespace vfl

@@ -7,8 +7,7 @@ namespace vfl {
 namespace {
 
 // Controls and events as Windows numbers them.
-constexpr std::uint32_t control_stop = 1, control_interrogate = 4, control_power_event = 13,
-                        control_session_change = 14;
+constexpr std::uint32_t control_stop = 1, control_interrogate = 4, control_power_event = 13;
 constexpr std::uint32_t power_suspend = 4, power_resume_automatic = 18;
 constexpr std::uint32_t session_console_connect = 1, session_unlock = 8;
 
@@ -37,15 +36,14 @@ void answer_session_change(service_answer& answer, std::uint32_t event, std::uin
 } // namespace
 
 service_answer answer_control(std::uint32_t control, std::uint32_t event_type, std::uint32_t session_id,
-                              const session_memory& session, std::uint32_t present_state) {
+                              const session_memory& session) {
     service_answer answer;
     answer.session = session;
-    answer.state = present_state;
     answer.lines.push_back((cl::basic_format<char>("srv: HandlerEx 0x%x\n") << control).str());
     switch (control) {
     case control_stop:
         // The teardown runs in `main`, after the dispatcher has returned.
-        answer.state = service_stopped;
+        answer.stop = true;
         break;
     case control_interrogate:
         break;

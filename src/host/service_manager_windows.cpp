@@ -18,6 +18,11 @@ constinit std::atomic<service_main_function> service_body{nullptr};
 constinit std::atomic<service_handler_function> service_handler{nullptr};
 constinit std::atomic<SERVICE_STATUS_HANDLE> status_handle{nullptr};
 
+// To be called at once after the call that `done` is about.
+failure failure_unless(bool done) {
+    return done ? failure() : GetLastError();
+}
+
 void WINAPI dispatcher_main(DWORD, LPSTR*) {
     service_body.load()();
 }
@@ -28,42 +33,40 @@ DWORD WINAPI dispatcher_handler(DWORD control, DWORD event_type, LPVOID data, LP
 
 } // namespace
 
-std::uint32_t run_dispatcher(service_main_function body) {
+failure run_dispatcher(service_main_function body) {
     service_body = body;
     std::string name = service_name; // the table wants a text that may be written to
     const SERVICE_TABLE_ENTRYA table[] = {{name.data(), dispatcher_main}, {nullptr, nullptr}};
-    return StartServiceCtrlDispatcherA(table) ? 0 : GetLastError();
+    return failure_unless(StartServiceCtrlDispatcherA(table) != 0);
 }
 
-std::uint32_t register_handler(service_handler_function handler) {
+failure register_handler(service_handler_function handler) {
     service_handler = handler;
     const SERVICE_STATUS_HANDLE handle =
         RegisterServiceCtrlHandlerExA(service_name, dispatcher_handler, nullptr);
-    const DWORD error = handle ? 0 : GetLastError();
+    const failure error = failure_unless(handle != nullptr);
     status_handle = handle;
     return error;
 }
 
-std::uint32_t report_service_state(std::uint32_t state) {
+failure report_service_state(std::uint32_t state) {
     SERVICE_STATUS status{};
     // Both types: the service was registered as one or the other.
     status.dwServiceType = SERVICE_WIN32_OWN_PROCESS | SERVICE_WIN32_SHARE_PROCESS;
     status.dwCurrentState = state;
     status.dwControlsAccepted = accepted_controls;
-    return SetServiceStatus(status_handle, &status) ? 0 : GetLastError();
+    return failure_unless(SetServiceStatus(status_handle, &status) != 0);
 }
 
-bool has_user_token(std::uint32_t session_id, std::uint32_t& error) {
+failure query_user_token(std::uint32_t session_id) {
     using query_function = BOOL(WINAPI*)(ULONG, PHANDLE);
     // Bound on first use and kept: a handler may still run while the process ends.
     static const cl::dynamic_entry& entry = *new cl::dynamic_entry(L"WTSAPI32.DLL", "WTSQueryUserToken");
     HANDLE token = nullptr;
-    if (entry.address && entry.as<query_function>()(session_id, &token)) {
+    const failure error = failure_unless(entry.address && entry.as<query_function>()(session_id, &token));
+    if (!error)
         CloseHandle(token);
-        return true;
-    }
-    error = GetLastError();
-    return false;
+    return error;
 }
 
 } // namespace vfl

@@ -1,6 +1,5 @@
 #include "host/service_start.hpp"
 
-#include "cl/format/format.hpp"
 #include "cl/log/trace_set_up.hpp"
 #include "cl/sys/dynamic_entry.hpp"
 #include "cl/trace/trace_list.hpp"
@@ -8,28 +7,19 @@
 #include "host/host_state.hpp"
 #include "host/library_function.hpp"
 
-#include <memory>
+#include <atomic>
 #include <new>
 
 namespace vfl {
 
 namespace {
 
-// Null while nothing is bound. The first holds the library from the start to the end of the stop.
-constinit cl::dynamic_entry* start_binding = nullptr;
-constinit cl::dynamic_entry* stop_binding = nullptr;
+// Holds the library from the start to the end of the stop; null while nothing does. Whoever takes it out owns
+// it, so that a start and a stop beside it never drop the same one.
+constinit std::atomic<cl::dynamic_entry*> start_binding{nullptr};
 
-void drop(cl::dynamic_entry*& binding) {
-    delete binding;
-    binding = nullptr;
-}
-
-// The function's address; null also when there is no memory for the binding.
-template <class F>
-F* bind_anew(cl::dynamic_entry*& binding, const char* function) {
-    drop(binding);
-    binding = new (std::nothrow) cl::dynamic_entry(dll_path, function);
-    return binding && binding->address ? binding->as<F*>() : nullptr;
+void replace_start_binding(cl::dynamic_entry* next) {
+    delete start_binding.exchange(next);
 }
 
 } // namespace
@@ -43,19 +33,28 @@ bool start_service() {
     }
     // What is said so far is on the disk before foreign code runs.
     cl::trace_file.flush(true);
-    if (const auto start = bind_anew<vfl_start_service_ex>(start_binding, VFL_START_SERVICE))
-        return (start(VFL_CALL_TOKEN) & 0xFF) != 0;
-    cl::trace_out((cl::basic_format<wchar_t>(L"Unable to load %?\n") << dll_path).str());
-    return false;
+    replace_start_binding(nullptr);
+    // A reference of its own for the length of the call: a stop beside it may drop the other one.
+    const library_function<vfl_start_service_ex> start(VFL_START_SERVICE);
+    cl::dynamic_entry* const held =
+        start ? new (std::nothrow) cl::dynamic_entry(dll_path, VFL_START_SERVICE) : nullptr;
+    if (!held) {
+        say_not_loaded(L"Unable to load %?\n", start.error);
+        return false;
+    }
+    replace_start_binding(held);
+    return (start.call(VFL_CALL_TOKEN) & 0xFF) != 0;
 }
 
 void stop_service() {
     cl::trace_out(std::string("stop_service()\n"));
     cl::trace_file.flush(true);
-    if (const auto stop = bind_anew<vfl_stop_service_ex>(stop_binding, VFL_STOP_SERVICE))
-        stop(VFL_CALL_TOKEN);
-    drop(stop_binding);
-    drop(start_binding);
+    {
+        const library_function<vfl_stop_service_ex> stop(VFL_STOP_SERVICE);
+        if (stop)
+            stop.call(VFL_CALL_TOKEN);
+    }
+    replace_start_binding(nullptr);
 }
 
 } // namespace vfl

@@ -7,21 +7,24 @@ import subprocess
 import termios
 import unittest
 
-from harness import BIN_IOCTL, BUILD, SCRATCH, VFL, WINE, bin_request, hexed, ioctl, order, windows_path
+from harness import BIN_IOCTL, BUILD, SCRATCH, VFL, WINE, Streaming, bin_request, hexed, ioctl, order, windows_path
 import snapshot
 
 
-def in_terminal(command, columns=240, lines=60):
-    """Runs a command in a terminal of its own: (exit code, everything that the terminal got)."""
+def in_terminal(command, columns=240, lines=60, stdin=None, after=b"", keys=b""):
+    """Runs a command in a terminal of its own, with keys typed once it shows `after`: (exit code, what it showed)."""
     master, slave = pty.openpty()
     fcntl.ioctl(slave, termios.TIOCSWINSZ, struct.pack("HHHH", lines, columns, 0, 0))
-    process = subprocess.Popen(command, stdin=slave, stdout=slave, stderr=slave, start_new_session=True,
-                               preexec_fn=lambda: fcntl.ioctl(0, termios.TIOCSCTTY, 0))
+    process = subprocess.Popen(command, stdin=stdin or slave, stdout=slave, stderr=slave, start_new_session=True,
+                               preexec_fn=lambda: fcntl.ioctl(1, termios.TIOCSCTTY, 0))
     os.close(slave)
     shown = b""
     try:
         while data := os.read(master, 65536):
             shown += data
+            if keys and after in shown:
+                os.write(master, keys)
+                keys = b""
     except OSError:  # the other side is closed
         pass
     os.close(master)
@@ -62,3 +65,17 @@ class Console(unittest.TestCase):
         self.assertEqual(out.read_bytes(), b"")
         self.assertEqual(on_screen(" echo \u00e4", out), (0, [""]))
         self.assertEqual(out.read_bytes(), b"\x84")
+
+    def test_each_stream_by_itself(self):
+        for redirection, shown in (("> NUL", True), ("2> NUL", False)):
+            with self.subTest(redirection):
+                code, screen = in_terminal([WINE, "cmd", "/c", f"{windows_path(VFL)} error 50 {redirection}"])
+                self.assertEqual((code, b"Device does not support commands." in screen), (1, shown))
+
+    def test_a_reader_that_goes_is_the_end(self):
+        for arguments, stream in (("-ever echo x", "stdout"), ("-ever -bincons", "stdout"), ("-ever error 50", "stderr")):
+            with self.subTest(arguments), Streaming(arguments) as run:
+                pipe = getattr(run.process, stream)
+                pipe.read(3)
+                pipe.close()
+                self.assertEqual(run.process.wait(60), 0)

@@ -1,17 +1,16 @@
 """The modes that call the service library once, -win32 at a console, and a system that is too old."""
-import os
-import pty
-import select
 import shutil
 import subprocess
-import time
 import unittest
 
+from console_test import in_terminal
 from harness import BUILD, SCRATCH, VFL, WINE, Run, windows_path
 
 FOLDER = SCRATCH / "library h\u00f6me"
 DLL = windows_path(FOLDER / "flowsrv.dll")
+WIN32 = ["-win32", "-dllpath", DLL]
 TOKEN = " token 5e19d4a7c36b02f8"
+STOP = f"stop_service_ex{TOKEN} -> 0"
 LOG = r'"C:\ProgramData\Vexa\vexaflow\trace.txt"'
 
 
@@ -25,6 +24,18 @@ def use(library="service_library", settings=""):
 def calls():
     path = FOLDER / "flowsrv.log"
     return path.read_text(encoding="utf-8").splitlines() if path.exists() else []
+
+
+def started(stdin):
+    """-win32 without a console, at its prompt."""
+    process = subprocess.Popen([WINE, str(VFL), *WIN32], stdin=stdin, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                               bufsize=0)
+    shown = b""
+    while not shown.endswith(b"press key to exit "):
+        byte = process.stdout.read(1)
+        assert byte, shown
+        shown += byte
+    return process
 
 
 class Modes(unittest.TestCase):
@@ -54,7 +65,6 @@ class Modes(unittest.TestCase):
                 self.check(path + arguments, code, out, wanted)
 
     def test_exports_that_are_missing(self):
-        shown = DLL.replace("\u00f6", "\u00f6")
         rows = [
             (" -tcpview", "dump_connections", 0, "Unable to load"),
             (" -calib 1", "calibrate_burst", 0, "Unable to load"),
@@ -65,7 +75,7 @@ class Modes(unittest.TestCase):
         for arguments, export, code, text in rows:
             with self.subTest(arguments):
                 use(f"without/{export}")
-                self.check(f'{arguments} -dllpath "{DLL}"', code, f"{text} {shown}\r\n", [])
+                self.check(f'{arguments} -dllpath "{DLL}"', code, f"{text} {DLL}\r\n", [])
                 self.check(arguments, code, f"{text} flowsrv.dll\r\n", [])  # in the system folders only
 
     def test_library_path(self):
@@ -78,32 +88,40 @@ class Modes(unittest.TestCase):
         self.check(" -tcpview -dllpath", 0, "Unable to load flowsrv.dll\r\n", called * 3)
         self.check(' -tcpview -dllpath ""', 0, "Unable to load \r\n", called * 3)
 
-    def test_host_at_a_console(self):
-        for settings, failed in (("", b""), ("start_service_ex=0\n", b"start_service reported an error")):
-            with self.subTest(settings):
+    def test_ends_at_a_console(self):
+        rows = [
+            ("a key", "", None, b"exit", b"x", 1),
+            ("a failed start, and a key", "start_service_ex=0\n", None, b"exit", b"x", 0),
+            ("Ctrl+C", "", None, b"exit", b"\3", 1),
+            ("Ctrl+C during the start", "start_service_ex.delay=1500\n", None, b"start_service", b"\3", 1),
+            ("Ctrl+C and no input", "", subprocess.DEVNULL, b"exit", b"\3", 1),
+        ]
+        for name, settings, stdin, after, keys, result in rows:
+            with self.subTest(name):
                 use(settings=settings)
-                (BUILD.parent / "wine").mkdir(exist_ok=True)
-                pid, terminal = pty.fork()
-                if pid == 0:
-                    os.execv(WINE, [WINE, str(VFL), "-game_analyzer", "-win32", "-dllpath", DLL])
-                seen, deadline, pressed = b"", time.monotonic() + 60, False
-                while time.monotonic() < deadline:
-                    if select.select([terminal], [], [], 0.5)[0]:
-                        try:
-                            seen += os.read(terminal, 4096)
-                        except OSError:
-                            break
-                    elif b"exit" in seen and not pressed:
-                        os.write(terminal, b"x")  # it waits
-                        pressed = True
-                os.close(terminal)
-                self.assertEqual(os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1]), 0)
+                code, shown = in_terminal([WINE, str(VFL), "-game_analyzer", *WIN32], stdin=stdin, after=after, keys=keys)
+                self.assertEqual(code, 0)
                 # A terminal's text is a rendering, in which cursor movements stand for blanks.
-                for text in (b"start_service()", b"press", b"exit", b"stop_service()", failed):
-                    self.assertIn(text, seen)
-                result = 0 if failed else 1
-                self.assertEqual(calls(), ["set_game_analyzer -> 0", f"start_service_ex{TOKEN} -> {result}",
-                                           f"stop_service_ex{TOKEN} -> 0"])
+                for text in (b"start_service()", b"press", b"exit", b"stop_service()"):
+                    self.assertIn(text, shown)
+                self.assertEqual(b"start_service reported an error" in shown, result == 0)
+                self.assertEqual(calls(), ["set_game_analyzer -> 0", f"start_service_ex{TOKEN} -> {result}", STOP])
+
+    def test_ends_without_a_console(self):
+        for name, end in (("a byte", lambda pipe: pipe.write(b"x")), ("the end of the pipe", lambda pipe: pipe.close())):
+            with self.subTest(name):
+                use()
+                with started(subprocess.PIPE) as process:
+                    self.assertEqual(len(calls()), 1)
+                    end(process.stdin)
+                    self.assertEqual(process.stdout.read(), b"\r\nstop_service()\r\n")
+                    self.assertEqual(process.wait(30), 0)
+                self.assertEqual(calls()[1:], [STOP])
+        use()
+        with started(subprocess.DEVNULL) as process:
+            self.check(" -tcpview -dllpath nothing", 0, "Unable to load nothing\r\n", calls())
+            self.assertIsNone(process.poll(), "it must go on for longer than another program takes")
+            process.kill()
 
     def test_a_system_below_windows_7(self):
         key = r"HKCU\Software\Wine\AppDefaults\vfl.exe"

@@ -130,11 +130,17 @@ class Service(unittest.TestCase):
     def test_library_that_does_not_start(self):
         failed = "start_service reported an error"
         not_loaded = r"Unable to load C:\vexa\flowsrv.dll"
+        reason = "srv: library error "
+        no_library = reason + "126: the file, or a library that it needs, is missing"
+        no_function = reason + "127: the library, or one that it needs, lacks a function"
+        no_image = reason + "193: the file is no library for 64-bit Windows"
         rows = [
             ("a start that fails", "start_service_ex=0xff00\n", LIBRARY, [failed],
              [f"start_service_ex{TOKEN} -> 65280", CALLS[1]]),
-            ("no library", "", None, [not_loaded, failed], []),
-            ("no start", "", BUILD / "sim/without/start_service_ex/flowsrv.dll", [not_loaded, failed], [CALLS[1]]),
+            ("no library", "", None, [not_loaded, no_library, failed], []),
+            ("another file", "", pathlib.Path(__file__), [not_loaded, no_image, failed], []),
+            ("no start", "", BUILD / "sim/without/start_service_ex/flowsrv.dll", [not_loaded, no_function, failed],
+             [CALLS[1]]),
             ("no stop", "", BUILD / "sim/without/stop_service_ex/flowsrv.dll", [], [CALLS[0]]),
         ]
         for name, settings, library, lines, wanted in rows:
@@ -143,21 +149,24 @@ class Service(unittest.TestCase):
                 configure(settings)
                 (HOME / "flowsrv.dll").unlink()
                 if library:
-                    shutil.copy(library, HOME)
+                    shutil.copy(library, HOME / "flowsrv.dll")
                 self.start()
                 self.stop()
                 self.assertEqual(log(), STARTED + lines + STOPPED)
                 self.assertEqual(calls(), wanted)
 
     def test_stop_during_a_slow_start(self):
-        configure("start_service_ex.delay=4000\n")
-        start()
-        wait_for(lambda: len(calls()) == 1, "a start that has begun")
-        self.assertEqual(state(), 2)
-        self.stop()
-        self.assertEqual(calls(), CALLS)
-        # Nothing waits for the start, whose thread ends with the process.
-        self.assertEqual(log(), STARTED + STOPPED)
+        # Nothing waits for the start: its thread ends with the process, or before it, while the stop is at work.
+        for start_ms, stop_ms in ((600000, 0), (1500, 4000)):
+            with self.subTest(start_ms=start_ms):
+                self.setUp()
+                configure(f"start_service_ex.delay={start_ms}\nstop_service_ex.delay={stop_ms}\n")
+                start()
+                wait_for(lambda: len(calls()) == 1, "a start that has begun")
+                self.stop()
+                self.assertEqual(calls(), CALLS)
+                self.assertEqual(log(), STARTED + STOPPED)
+                self.assertEqual(state(), 1)
 
     def test_settings_of_the_log(self):
         whole = STARTED + STOPPED

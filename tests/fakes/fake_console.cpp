@@ -17,9 +17,9 @@ stream_handle standard_handle(std_stream stream) {
     return 1 + static_cast<stream_handle>(stream);
 }
 
-bool is_char_device(stream_handle handle) {
-    return handle == standard_handle(std_stream::err) ? console::instance().err_is_char
-                                                      : console::instance().out_is_char;
+bool is_console(stream_handle handle) {
+    return handle == standard_handle(std_stream::err) ? console::instance().err_is_console
+                                                      : console::instance().out_is_console;
 }
 
 bool read_screen_info(stream_handle, screen_info& info) {
@@ -43,8 +43,9 @@ bool write_console(stream_handle handle, const wchar_t* text, std::size_t n) {
     return true;
 }
 
-void put_stream(std_stream stream, const char* text) {
+bool put_stream(std_stream stream, const char* text) {
     (stream == std_stream::err ? console::instance().err : console::instance().out) += text;
+    return console::instance().has_reader;
 }
 
 const wchar_t* raw_command_line() {

@@ -10,8 +10,9 @@
 namespace fakes {
 
 struct console {
-    bool out_is_char = true, err_is_char = true; // what is_char_device says
-    bool has_screen = true;                      // whether screen and console calls work
+    bool out_is_console = true, err_is_console = true;
+    bool has_reader = true; // of the streams that are none
+    bool has_screen = true; // whether screen and console calls work
     cl::os::screen_info screen{};
     std::wstring written;                       // what went to the console, whichever handle it came by
     std::vector<cl::os::stream_handle> handles; // the handle of each write_console call

@@ -5,15 +5,23 @@
 #include "cl/wifi/virtual_wifi_supervisor.hpp"
 #include "contracts/service_library.h"
 #include "host/mode_calls.hpp"
+#include "host/user_end.hpp"
 #include "product/locations.hpp"
 #include "product/rights.hpp"
+
+#include <mutex>
 
 namespace {
 
 using fakes::host;
 
-void note(std::string call) {
+// Of `calls`, `report_errors` and `loaded`.
+std::mutex lock;
+
+void note(std::string call, int loads = 0) {
+    const std::scoped_lock scope(lock);
     host::instance().calls.push_back(std::move(call));
+    host::instance().loaded += loads;
 }
 
 std::uint32_t result_of(const char* name, std::uint32_t otherwise) {
@@ -31,6 +39,8 @@ std::string quoted(const wchar_t* text) {
 
 std::uint32_t start_service_ex(std::uint64_t token) {
     note(VFL_START_SERVICE + hex(token));
+    if (const auto& in_start = host::instance().in_start)
+        in_start();
     return result_of(VFL_START_SERVICE, 1);
 }
 
@@ -77,14 +87,12 @@ int library_stands_here;
 cl::module_handle load(const wchar_t* path) {
     if (!host::instance().has_library)
         return nullptr;
-    note("load" + quoted(path));
-    ++host::instance().loaded;
+    note("load" + quoted(path), 1);
     return &library_stands_here;
 }
 
 void unload(cl::module_handle) {
-    note("unload");
-    --host::instance().loaded;
+    note("unload", -1);
 }
 
 cl::entry_point find(cl::module_handle, const char* function) {
@@ -102,8 +110,14 @@ cl::entry_point find(cl::module_handle, const char* function) {
     return at == exports.end() || host::instance().missing.contains(function) ? nullptr : at->second;
 }
 
-constexpr cl::module_calls scripted_modules = {load, unload, find, [] { return std::wstring(L"S:\\"); },
-                                               [] { return std::wstring(L"W:\\"); }};
+constexpr cl::module_calls scripted_modules = {
+    load,
+    unload,
+    find,
+    [] { return std::wstring(L"S:\\"); },
+    [] { return std::wstring(L"W:\\"); },
+    [] { return host::instance().has_library ? host::instance().find_error : host::instance().load_error; },
+};
 
 } // namespace
 
@@ -133,8 +147,8 @@ namespace cl {
 
 void start_virtual_wifi_supervisor() {
     note("Wi-Fi");
-    if (const auto& meanwhile = fakes::host::instance().meanwhile)
-        meanwhile();
+    if (const auto& in_resume = fakes::host::instance().in_resume)
+        in_resume();
 }
 
 } // namespace cl
@@ -149,36 +163,36 @@ service_handler_function handler;
 
 } // namespace
 
-std::uint32_t run_dispatcher(service_main_function body) {
+failure run_dispatcher(service_main_function body) {
     note("dispatcher");
-    if (host::instance().dispatcher_error != 0)
+    if (host::instance().dispatcher_error)
         return host::instance().dispatcher_error;
     body();
     if (host::instance().controls)
         host::instance().controls(handler);
-    return 0;
+    return {};
 }
 
-std::uint32_t register_handler(service_handler_function f) {
+failure register_handler(service_handler_function f) {
     note("register");
     handler = f;
     return host::instance().register_error;
 }
 
-std::uint32_t report_service_state(std::uint32_t state) {
+failure report_service_state(std::uint32_t state) {
     note((cl::basic_format<char>("state %?") << state).str());
+    const std::scoped_lock scope(lock);
     auto& errors = host::instance().report_errors;
     if (errors.empty())
-        return 0;
+        return {};
     const std::uint32_t error = errors.front();
     errors.erase(errors.begin());
     return error;
 }
 
-bool has_user_token(std::uint32_t session_id, std::uint32_t& error) {
+failure query_user_token(std::uint32_t session_id) {
     note((cl::basic_format<char>("token %?") << session_id).str());
-    error = host::instance().token_error;
-    return error == 0;
+    return host::instance().token_error;
 }
 
 bool read_install_dir(const std::wstring& product, std::wstring& out) {
@@ -197,8 +211,14 @@ bool is_admin() {
     return host::instance().admin;
 }
 
-void wait_for_key() {
-    note("key");
+user_end::user_end() {
+    note("user's end held back");
+}
+user_end::~user_end() {
+    note("user's end done");
+}
+void user_end::wait() {
+    note("user's end");
 }
 void initialize_com() {
     note("COM on");

@@ -32,7 +32,8 @@ hrtime_clock hrtime(fakes::machine_sources, system_facts);
 
 namespace vfl {
 
-std::wstring install_dir, data_dir, dll_path;
+std::wstring install_dir, data_dir, library_path;
+std::wstring& dll_path = library_path;
 constinit bool game_analyzer_requested = false;
 
 } // namespace vfl

@@ -3,16 +3,21 @@
 
 #include "cl/trace/trace_list.hpp"
 
+#include <mutex>
 #include <string>
 
 namespace fakes {
 
 struct recording_trace final : cl::trace_base {
+    std::mutex lock; // for writers; `text` is read when they are done
     std::string text;
     int flushes = 0;
 
     using trace_base::write;
-    void write(const char* t, bool) override { text += t; }
+    void write(const char* t, bool) override {
+        const std::scoped_lock scope(lock);
+        text += t;
+    }
     void flush(bool) override { ++flushes; }
 };
 

@@ -20,8 +20,8 @@ struct screen_info {
 
 stream_handle standard_handle(std_stream stream);
 
-// True for a character device: a console, and also the NUL device.
-bool is_char_device(stream_handle handle);
+// False for anything else, the NUL device among it.
+bool is_console(stream_handle handle);
 
 // False, and `info` untouched, when the handle is no console.
 bool read_screen_info(stream_handle handle, screen_info& info);
@@ -31,8 +31,9 @@ bool set_cursor(stream_handle handle, std::int16_t x, std::int16_t y);
 bool write_console(stream_handle handle, const wchar_t* text, std::size_t n);
 
 // Puts a zero-terminated text to the run-time's output or error stream, in its text mode (line feeds become
-// CR LF on Windows), and flushes it. A failure is ignored.
-void put_stream(std_stream stream, const char* text);
+// CR LF on Windows), and flushes it. False when the stream is a pipe that nobody reads any more; any other
+// failure is ignored.
+bool put_stream(std_stream stream, const char* text);
 
 // The command line as it was typed, program name included. Lives as long as the process.
 const wchar_t* raw_command_line();

@@ -49,19 +49,24 @@ module_handle library_table::load_library(const std::wstring& library) {
 }
 
 entry_point bind_entry_point(library_table& table, const std::wstring& library, const std::string& function,
-                             bool release_if_missing) {
+                             bool release_if_missing, std::uint32_t* error) {
     module_handle module = nullptr;
+    std::uint32_t failed_with = 0;
     {
         const mutex_auto lock(table.lock_, true);
         const auto [place, added] = table.records_.try_emplace(library);
-        if (added)
-            place->second.module = table.load_library(library);
-        else
+        if (!added)
             ++place->second.references;
+        else if (!(place->second.module = table.load_library(library)))
+            place->second.load_error = table.calls_.last_error();
         module = place->second.module;
+        failed_with = place->second.load_error;
     }
-    if (!module)
+    if (!module) {
+        if (error)
+            *error = failed_with;
         return nullptr;
+    }
 
     entry_point address = nullptr;
     if (function.starts_with(scramble_mark)) {
@@ -71,6 +76,8 @@ entry_point bind_entry_point(library_table& table, const std::wstring& library, 
     } else {
         address = table.calls_.find(module, function.c_str());
     }
+    if (!address && error)
+        *error = table.calls_.last_error();
     if (!address && release_if_missing)
         release_library(table, library);
     return address;

@@ -25,6 +25,8 @@ struct module_calls {
     // Folders, the system one first; empty when the query fails.
     std::wstring (*system_folder)();
     std::wstring (*windows_folder)();
+    // Why the `load` or `find` before it failed on this thread; 0 where that isn't known.
+    std::uint32_t (*last_error)() = [] { return std::uint32_t{0}; };
 };
 
 // Any thread may use a table. Names are compared exactly, so that a library under two spellings is two
@@ -40,11 +42,13 @@ public:
     void begin_end() { ending_.store(true, std::memory_order_relaxed); }
 
 private:
-    friend entry_point bind_entry_point(library_table&, const std::wstring&, const std::string&, bool);
+    friend entry_point bind_entry_point(library_table&, const std::wstring&, const std::string&, bool,
+                                        std::uint32_t*);
     friend void release_library(library_table&, const std::wstring&);
 
     struct record {
         module_handle module = nullptr; // null also when the load failed; the record then stays
+        std::uint32_t load_error = 0;   // the system's number in that case
         std::atomic<std::int32_t> references = 1;
     };
 
@@ -63,9 +67,10 @@ private:
 // backslash is a path; any other is looked for in the system folder and in the Windows folder, and nowhere
 // else. A leading point marks a scrambled name. An address holds one reference on the library, to be given
 // back with release_library; so does, unless release_if_missing, a library without the function. A library
-// that can't be loaded is not tried again under this name; nothing is to be released then.
+// that can't be loaded is not tried again under this name; nothing is to be released then. Where there is no
+// address, `error` (null for none) receives the system's number for what failed.
 entry_point bind_entry_point(library_table& table, const std::wstring& library, const std::string& function,
-                             bool release_if_missing);
+                             bool release_if_missing, std::uint32_t* error = nullptr);
 
 // Drops one reference. A name that isn't bound is the caller's fault; nothing happens then.
 void release_library(library_table& table, const std::wstring& library);

@@ -26,6 +26,7 @@ constinit const module_calls windows_modules{
     },
     [] { return folder(GetSystemDirectoryW); },
     [] { return folder(GetWindowsDirectoryW); },
+    [] { return std::uint32_t{GetLastError()}; },
 };
 
 } // namespace cl

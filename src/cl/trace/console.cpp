@@ -3,11 +3,15 @@
 #include "cl/os/text.hpp"
 #include "cl/text/text_convert.hpp"
 
+#include <atomic>
+
 namespace cl {
 
 constinit console_state console{};
 
 namespace {
+
+constinit std::atomic<bool> reader_gone{false};
 
 // Takes a status text off the screen: blanks over its columns, and the cursor where it began.
 void erase_transient(os::stream_handle handle) {
@@ -38,15 +42,18 @@ std::wstring wide(const std::string& ansi) {
     return narrow_to_wide(ansi, 0);
 }
 
+void note_reader(bool there) {
+    if (!there)
+        reader_gone.store(true, std::memory_order_relaxed);
+}
+
 template <class Text>
 void write_stream(os::std_stream stream, const Text& text) {
     const bool is_err = stream == os::std_stream::err;
     if (is_err ? console.stderr_redirected : console.stdout_redirected)
-        os::put_stream(stream, to_oem(text).c_str());
-    else if (is_err && console.stdout_redirected)
-        console_write_to(console.stderr_handle, wide(text));
+        note_reader(os::put_stream(stream, to_oem(text).c_str()));
     else
-        console_write_to(console.stdout_handle, wide(text));
+        console_write_to(is_err ? console.stderr_handle : console.stdout_handle, wide(text));
 }
 
 } // namespace
@@ -55,8 +62,8 @@ void init_console() {
     console.stdout_handle = os::standard_handle(os::std_stream::out);
     console.stderr_handle = os::standard_handle(os::std_stream::err);
     console.stdin_handle = os::standard_handle(os::std_stream::in);
-    console.stdout_redirected = !os::is_char_device(console.stdout_handle);
-    console.stderr_redirected = !os::is_char_device(console.stderr_handle);
+    console.stdout_redirected = !os::is_console(console.stdout_handle);
+    console.stderr_redirected = !os::is_console(console.stderr_handle);
     os::screen_info info{};
     if (os::read_screen_info(console.stdout_handle, info)) {
         console.window_left = info.window_left;
@@ -83,6 +90,10 @@ void write_stderr(const std::string& ansi) {
 }
 void write_stderr(const std::wstring& text) {
     write_stream(os::std_stream::err, text);
+}
+
+bool reader_has_gone() {
+    return reader_gone.load(std::memory_order_relaxed);
 }
 
 std::string to_oem(const std::string& ansi) {

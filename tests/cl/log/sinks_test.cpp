@@ -87,15 +87,14 @@ TEST_F(sinks, a_list_passes_every_text_on_as_far_as_its_first_zero) {
 TEST_F(sinks, every_combination_of_streams) {
     const auto out = os::stream_handle{2}, err = os::stream_handle{3};
     const struct {
-        bool out_is_char, err_is_char, application;
+        bool out_is_console, err_is_console, application;
         // What "u umlaut" and "euro sign" become, written narrow to out and wide to err.
         std::wstring screen;
         std::string out, err;
         std::vector<os::stream_handle> handles;
     } rows[] = {
-        {true, true, true, L"\u00FC\u20AC", "", "", {out, out}}, // both consoles share that of standard
-                                                                 // output
-        {false, true, true, L"\u20AC", "\x81", "", {err}},       // errors go to their own
+        {true, true, true, L"\u00FC\u20AC", "", "", {out, err}},
+        {false, true, true, L"\u20AC", "\x81", "", {err}},
         {true, false, true, L"\u00FC", "", "?", {out}},
         {false, false, true, L"", "\x81", "?", {}},
         {true, true, false, L"", "", "", {}},
@@ -103,8 +102,8 @@ TEST_F(sinks, every_combination_of_streams) {
     };
     for (const auto& row : rows) {
         fakes::console streams;
-        streams.out_is_char = row.out_is_char;
-        streams.err_is_char = row.err_is_char;
+        streams.out_is_console = row.out_is_console;
+        streams.err_is_console = row.err_is_console;
         restart(streams);
         console_application = row.application;
         stdout_trace().write("\xFC", true);

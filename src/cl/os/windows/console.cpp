@@ -24,8 +24,9 @@ stream_handle standard_handle(std_stream stream) {
     return reinterpret_cast<stream_handle>(GetStdHandle(id));
 }
 
-bool is_char_device(stream_handle handle) {
-    return GetFileType(native(handle)) == FILE_TYPE_CHAR;
+bool is_console(stream_handle handle) {
+    DWORD mode = 0;
+    return GetConsoleMode(native(handle), &mode) != 0;
 }
 
 bool read_screen_info(stream_handle handle, screen_info& info) {
@@ -55,11 +56,12 @@ bool write_console(stream_handle handle, const wchar_t* text, std::size_t n) {
     return true;
 }
 
-void put_stream(std_stream stream, const char* text) {
+bool put_stream(std_stream stream, const char* text) {
     std::FILE* const file = stream == std_stream::err ? stderr : stdout;
-    // A stream that takes nothing has nobody to tell.
-    static_cast<void>(std::fputs(text, file));
-    static_cast<void>(std::fflush(file));
+    const bool put = std::fputs(text, file) != EOF;
+    // A pipe takes everything while it has a reader.
+    return (std::fflush(file) != EOF && put) ||
+           GetFileType(native(standard_handle(stream))) != FILE_TYPE_PIPE;
 }
 
 const wchar_t* raw_command_line() {
