@@ -1,11 +1,7 @@
-#include "cl/ini/ini_file.hpp"
-#include "cl/os/clock.hpp"
-#include "cl/text/string_util.hpp"
 #include "ctl/commands.hpp"
 #include "ctl/local_time.hpp"
 #include "ctl/log_selection.hpp"
 #include "ctl/log_source.hpp"
-#include "ctl/service_process.hpp"
 #include "product/locations.hpp"
 #include "product/names.hpp"
 
@@ -16,11 +12,6 @@ namespace vfl::ctl {
 namespace {
 
 constexpr std::uint32_t poll_ms = 500;
-// A rotation may be near when the log is this close to its limit: the old generation is left alone then, for
-// this long at the most.
-constexpr std::uint64_t rotation_margin = 0x40000;
-constexpr std::uint32_t rotation_wait_ms = 2000;
-
 constexpr std::size_t piece_chars = 0x8000; // written at once
 
 constinit HANDLE stop_event = nullptr;
@@ -39,16 +30,6 @@ std::wstring reading_error(const std::wstring& path, std::uint32_t error) {
     else if (error == ERROR_SHARING_VIOLATION)
         text += L"; another program holds it";
     return text + L"\n";
-}
-
-std::uint64_t rotation_limit(const std::wstring& folder) {
-    cl::ini_file settings;
-    settings.set_file(folder + settings_file_name, true);
-    std::wstring text;
-    if (GetFileAttributesW(settings.path.c_str()) == INVALID_FILE_ATTRIBUTES ||
-        !settings.get_value(host_section, max_trace_size_key, text))
-        return default_max_trace_size;
-    return static_cast<std::uint32_t>(cl::parse_int(text, false));
 }
 
 // The lines that are to be shown, in pieces.
@@ -85,28 +66,6 @@ private:
     std::wstring text_;
     std::string bytes_;
 };
-
-// The old generation in one piece, or nothing, which is said.
-std::optional<log_part> read_old(product_log& files, std::uint64_t limit, output& out) {
-    const std::uint32_t begin = cl::os::tick_count();
-    for (;;) {
-        const file_reading current = read_shared(files.current_path, {}, 0);
-        if (current.error != 0 || current.bytes.size() + rotation_margin < limit)
-            break;
-        if (cl::os::tick_count() - begin >= rotation_wait_ms) {
-            out.put(stream::err, L"vflctl: the log is about to be rotated; its older part is left out\n");
-            return {};
-        }
-        cl::os::sleep_ms(poll_ms);
-    }
-    file_reading old = files.read(log_source::which::old, {}, 0);
-    if (old.error != 0) {
-        if (old.error != ERROR_FILE_NOT_FOUND && old.error != ERROR_PATH_NOT_FOUND)
-            out.put(stream::err, reading_error(files.old_path, old.error));
-        return {};
-    }
-    return log_part{std::move(old.bytes), to_local(old.last_write)};
-}
 
 void follow(product_log& files, const file_reading& from, std::size_t runs, const log_selection& given,
             output& out) {
@@ -159,34 +118,33 @@ int run_log(const arguments& args, output& out) {
         selection.page = &page.emplace(message_page_resource());
 
     product_log files;
-    std::vector<log_part> parts;
-    std::optional<local_ms> banner;
+    log_reading reading;
     if (given.empty()) {
         const std::wstring folder = data_folder(product_word);
-        files.current_path = folder + log_file_name;
-        files.old_path = folder + old_log_file_name;
-        if (auto old = read_old(files, rotation_limit(folder), out))
-            parts.push_back(std::move(*old));
-        if (const auto start = service_process_start())
-            banner = to_local(*start);
+        files = product_log_in(folder);
+        reading = read_product_log(files, rotation_limit(folder));
+        if (reading.old_left_out)
+            out.put(stream::err, L"vflctl: the log is about to be rotated; its older part is left out\n");
+        if (reading.old_error != 0)
+            out.put(stream::err, reading_error(files.old_path, reading.old_error));
     } else {
         for (const std::wstring& path : std::span(given).first(given.size() - 1)) {
-            file_reading reading = read_shared(path, {}, 0);
-            if (reading.error != 0) {
-                out.put(stream::err, reading_error(path, reading.error));
+            file_reading older = read_shared(path, {}, 0);
+            if (older.error != 0) {
+                out.put(stream::err, reading_error(path, older.error));
                 return exit_failed;
             }
-            parts.push_back({std::move(reading.bytes), to_local(reading.last_write)});
+            reading.parts.push_back({std::move(older.bytes), to_local(older.last_write)});
         }
         files.current_path = given.back();
+        add_current(files, reading);
     }
-    const file_reading current = files.read(log_source::which::current, {}, 0);
+    std::vector<log_part>& parts = reading.parts;
+    const file_reading& current = reading.current;
     if (current.error != 0 && (parts.empty() || !given.empty()) && !args.has(L"-f")) {
         out.put(stream::err, reading_error(files.current_path, current.error));
         return exit_failed;
     }
-    if (current.error == 0)
-        parts.push_back({current.bytes, to_local(current.last_write)});
     if (last_day && !parts.empty()) {
         // The day alone is known: noon and the line's own time of day are less than half a day apart, or the
         // day itself decides.
@@ -194,7 +152,7 @@ int run_log(const arguments& args, output& out) {
         if (!alone.lines.empty())
             parts.back().last_write = *last_day * day_ms + alone.lines.back().time_of_day;
     }
-    const log_text log = read_log(parts, banner);
+    const log_text log = read_log(parts, reading.process_start);
     const std::vector<std::size_t> lines = select_lines(log, selection);
     if (selection.run != log_selection::all_runs && selection.run > log.runs) {
         out.put(stream::err, L"vflctl: the log has " + std::to_wstring(log.runs) + L" runs\n");

@@ -11,6 +11,7 @@ inline constexpr wchar_t product_word[] = L"vexaflow";
 
 // The Windows service.
 inline constexpr char service_name[] = "VexaFlowS";
+inline constexpr wchar_t wide_service_name[] = L"VexaFlowS";
 
 // In the data folder.
 inline constexpr wchar_t settings_file_name[] = L"global.ini";
