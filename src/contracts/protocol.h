@@ -1,7 +1,7 @@
 /* The driver's control device as its user-mode clients see it. Shared with the driver: plain C11 and C++.
    All integers are little-endian. */
-#ifndef VFL_DRIVER_PROTOCOL_H
-#define VFL_DRIVER_PROTOCOL_H
+#ifndef VFL_CONTRACTS_PROTOCOL_H
+#define VFL_CONTRACTS_PROTOCOL_H
 
 #include <stddef.h>
 #include <stdint.h>
@@ -72,8 +72,8 @@ typedef struct vfl_snapshot_header {
     uint64_t driver_time;  /* the driver's present time, ms on its own clock */
     uint64_t tx_line_rate; /* reference rate for transmit percentages */
     uint64_t rx_line_rate; /* reference rate for receive percentages */
-    uint64_t
-        clock_and_flags; /* VFL_SNAPSHOT_PARTIAL; the reader puts its time (s since 1970) into bits 1 to 63 */
+    /* VFL_SNAPSHOT_PARTIAL; the reader puts its time (s since 1970) into bits 1 to 63 */
+    uint64_t clock_and_flags;
 } vfl_snapshot_header;
 
 VFL_CHECK(sizeof(vfl_snapshot_header) == 64);
@@ -106,7 +106,7 @@ typedef struct vfl_connection_record {
     uint64_t rx_bytes;
     uint64_t tx_rate; /* times 2^20, divided by rate_scale, gives the displayed rate */
     uint64_t rx_rate;
-    uint64_t start_time;  /* ms on the clock of driver_time */
+    uint64_t start_time;  /* ms on the clock of driver_time, and not later than that */
     uint32_t rtt;         /* shown with three decimal places */
     uint32_t program;     /* index into the wide pool */
     uint32_t data;        /* index into the narrow pool */

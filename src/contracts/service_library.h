@@ -1,15 +1,14 @@
 /* The service library, "flowsrv.dll": the functions that it exports for the host, and how the host calls
    them. Shared with the library: plain C11 and C++. All calls use the one convention of 64-bit Windows. */
-#ifndef VFL_HOST_SERVICE_LIBRARY_H
-#define VFL_HOST_SERVICE_LIBRARY_H
+#ifndef VFL_CONTRACTS_SERVICE_LIBRARY_H
+#define VFL_CONTRACTS_SERVICE_LIBRARY_H
 
 #include <stdint.h>
 #include <wchar.h>
 
 #define VFL_SERVICE_LIBRARY L"flowsrv.dll"
 
-/* Last argument of the calls that start, stop, install and uninstall: tells the library that its host calls.
- */
+/* Last argument of the calls that start, stop, install and uninstall: the sign that the host is calling. */
 #define VFL_CALL_TOKEN 0x5e19d4a7c36b02f8ull
 
 /* Starts the product's logic and returns; the low byte of the result is not 0 on success. The library stays
@@ -21,7 +20,7 @@ typedef uint32_t vfl_start_service_ex(uint64_t token);
 #define VFL_STOP_SERVICE "stop_service_ex"
 typedef uint32_t vfl_stop_service_ex(uint64_t token);
 
-/* Called ahead of the start when the command line asks for the game analyser. */
+/* Called before the start when the command line asks for the game analyser. */
 #define VFL_SET_GAME_ANALYZER "set_game_analyzer"
 typedef void vfl_set_game_analyzer(void);
 

@@ -8,7 +8,6 @@
 #include "fakes/naive_snapshot.hpp"
 #include "fakes/snapshot_builder.hpp"
 
-#include <memory>
 #include <new>
 
 namespace fakes {
@@ -45,9 +44,7 @@ inline std::string any_block(choices& c, std::uint64_t ids) {
 
 inline void snapshot_round(choices& c) {
     struct step {
-        std::unique_ptr<char[]>
-            bytes; // end where their memory ends, so that a sanitizer sees any read behind it
-        std::size_t size;
+        std::vector<char> bytes; // no more memory than that, so that a sanitizer sees any read past the end
         vfl::connection_filter filter;
         bool filtered;
         std::uint64_t history_of;
@@ -55,44 +52,40 @@ inline void snapshot_round(choices& c) {
     };
     const bool remove_closed = c.once_in(2);
     const std::uint64_t ids = c.once_in(3) ? 1000 : 12;
-    std::vector<step> steps;
-    const auto fold = [&](vfl::connection_map& map, const step& s) {
-        {
-            vfl::connection_map::editor edit(map);
-            if (auto* const found = edit.find(s.history_of))
-                found->entry.history_1.assign(s.history, 2.0f);
-        }
-        return vfl::apply_snapshot(map, {s.bytes.get(), s.size}, remove_closed,
+    const auto fold = [&](auto& map, const step& s) {
+        if (auto* const found = vfl::connection_map::editor(map).find(s.history_of))
+            found->entry.history_1.assign(s.history, 2.0f);
+        return vfl::apply_snapshot(map, {s.bytes.data(), s.bytes.size()}, remove_closed,
                                    s.filtered ? &s.filter : nullptr);
     };
     vfl::connection_map map;
     naive_snapshot naive;
+    std::vector<step> steps;
     for (unsigned left = c.below(25u); left > 0 && !c.spent(); --left) {
         const std::string block = any_block(c, ids);
-        step& s = steps.emplace_back(step{std::make_unique<char[]>(block.size()),
-                                          block.size(),
-                                          {},
-                                          c.once_in(4),
-                                          c.below(ids),
-                                          c.below(3u)});
-        block.copy(s.bytes.get(), block.size());
-        s.filter = {c.once_in(2) ? c.below(ids) : 0, c.pick({c.any<std::uint8_t>(), std::uint8_t{255}}),
-                    std::wstring(c.below(4u), c.pick(L"\x100\x101"))};
+        const step& s = steps.emplace_back(
+            step{{block.begin(), block.end()},
+                 {c.once_in(2) ? c.below(ids) : 0, c.pick({c.any<std::uint8_t>(), std::uint8_t{255}}),
+                  std::wstring(c.below(4u), c.pick(L"\x100\x101"))},
+                 c.once_in(4),
+                 c.below(ids),
+                 c.below(3u)});
         if (const auto found = naive.entries.find(s.history_of); found != naive.entries.end())
             found->second.history_1.assign(s.history, 2.0f);
         ASSERT_EQ(fold(map, s), naive.apply(block, remove_closed, s.filtered ? &s.filter : nullptr));
         ASSERT_TRUE(naive.same_as(map)) << "after block " << steps.size();
     }
-    for (long n = 0, failed = c.once_in(4) && !steps.empty(); failed; ++n) {
+    bool failed = c.once_in(4) && !steps.empty();
+    for (long n = 0; failed; ++n) {
         vfl::connection_map other;
         for (std::size_t i = 0; i + 1 < steps.size(); ++i)
             fold(other, steps[i]);
-        failed = 0;
+        failed = false;
         fail_allocation_after(n);
         try {
             fold(other, steps.back());
         } catch (const std::bad_alloc&) {
-            failed = 1;
+            failed = true;
         }
         fail_allocation_after(-1);
         ASSERT_EQ(static_cast<std::size_t>(std::distance(other.begin(), other.end())), other.size());

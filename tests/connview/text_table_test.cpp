@@ -11,15 +11,11 @@ using vfl::text_table;
 TEST(text_table, rows_and_alignment) {
     text_table t;
     t.set_alignment(text_table::last_column, 'r'); // between two rows: column 0
-    t.append_cell("a");
-    t.append_cell("\x80"); // the euro sign of windows-1252
+    t.append_cell("\x80");                         // the euro sign of windows-1252
     t.append_cell(L"\x263A");
     t.set_alignment(text_table::last_column, 'l');
-    EXPECT_EQ(t.alignment, (std::vector<std::uint8_t>{'r', 'd', 'l'}));
-    t.end_row();
-    t.end_row();
-    t.append_cell("b");
-    EXPECT_EQ(t.rows, (std::vector<std::vector<std::wstring>>{{L"a", L"\x20AC", L"\x263A"}, {}, {L"b"}}));
+    EXPECT_EQ(t.alignment, (std::vector<std::uint8_t>{'r', 'l'}));
+    EXPECT_EQ(t.rows, (std::vector<std::vector<std::wstring>>{{L"\x20AC", L"\x263A"}}));
     t.default_spacing = ~std::uint64_t{0}; // two columns are wider than a string can be
     std::wstring out;
     EXPECT_THROW(t.render(out), std::length_error);

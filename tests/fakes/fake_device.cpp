@@ -1,27 +1,16 @@
 #include "fakes/fake_device.hpp"
 
-#include <algorithm>
-#include <cstring>
-
-namespace fakes {
-
-device& device::instance() {
+fakes::device& fakes::device::instance() {
     static device d;
     return d;
 }
-
-} // namespace fakes
 
 namespace cl::os {
 
 using fakes::device;
 
-device_handle open_device(const wchar_t* path) {
-    device& d = device::instance();
-    d.opened = path;
-    if (!d.exists)
-        return invalid_device;
-    ++d.open_count;
+device_handle open_device(const wchar_t*) {
+    ++device::instance().open_count;
     return 7;
 }
 
@@ -29,17 +18,16 @@ void close_device(device_handle) {
     --device::instance().open_count;
 }
 
-request_end control_device(device_handle, std::uint32_t code, const void* in, std::uint32_t in_size,
-                           void* out, std::uint32_t out_size, std::uint32_t& returned) {
-    device& d = device::instance();
-    d.requests.push_back({code, std::string(static_cast<const char*>(in), in_size), out_size});
-    const device::answer a = d.act ? d.act(d.requests.back()) : device::answer{};
-    if (const std::size_t n = std::min<std::size_t>(a.bytes.size(), out_size); n > 0)
-        std::memcpy(out, a.bytes.data(), n);
-    if (!a.fails || a.returned >= 0)
-        returned = static_cast<std::uint32_t>(a.returned >= 0 ? a.returned
-                                                              : static_cast<std::int64_t>(a.bytes.size()));
-    return {!a.fails, a.error};
+request_end control_device(device_handle, std::uint32_t, const void* in, std::uint32_t in_size, void* out,
+                           std::uint32_t out_size, std::uint32_t& returned) {
+    const auto& act = device::instance().act;
+    const device::answer a = act ? act({static_cast<const char*>(in), in_size}) : device::answer{};
+    a.bytes.copy(static_cast<char*>(out), out_size);
+    if (a.returned >= 0)
+        returned = static_cast<std::uint32_t>(a.returned);
+    else if (a.error == 0)
+        returned = static_cast<std::uint32_t>(a.bytes.size());
+    return {a.error == 0, a.error};
 }
 
 } // namespace cl::os
