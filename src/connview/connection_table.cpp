@@ -1,6 +1,6 @@
 #include "connview/connection_table.hpp"
 
-#include "cl/format/format.hpp"
+#include "cl/format/text.hpp"
 #include "cl/format/value_text.hpp"
 #include "connview/text_table.hpp"
 
@@ -23,15 +23,15 @@ constexpr column columns[] = {
 };
 
 std::string endpoint_text(const std::array<std::uint8_t, 16>& address, std::uint16_t port) {
-    return (cl::basic_format<char>("%#?:%?") << std::bit_cast<cl::ip6_addr>(address) << port).str();
+    return cl::text("%#?:%?", std::bit_cast<cl::ip6_addr>(address), port);
 }
 
 std::string number_text(std::uint64_t value) {
-    return (cl::basic_format<char>("%?") << value).str();
+    return cl::text("%?", value);
 }
 
 std::string rtt_text(std::uint32_t rtt) {
-    return (cl::basic_format<char>("%#,.3?") << rtt).str();
+    return cl::text("%#,.3?", rtt);
 }
 
 std::uint64_t age(const connection_entry& e, std::int64_t now) {
@@ -64,9 +64,21 @@ void append_row(text_table& table, const connection_entry& e, std::int64_t now) 
     table.end_row();
 }
 
+std::wstring escaped(const std::wstring& cell) {
+    constexpr wchar_t digits[] = L"0123456789abcdef";
+    std::wstring out;
+    for (const wchar_t c : cell) {
+        const bool control = c < 32 || (c >= 127 && c < 160);
+        if (control)
+            out.append(L"\\x").append(1, digits[c >> 4]);
+        out += control ? digits[c & 15] : c;
+    }
+    return out;
+}
+
 } // namespace
 
-std::wstring connection_table(const connection_map& map, std::int64_t now) {
+std::wstring connection_table(const connection_map& map, std::int64_t now, controls how) {
     std::wstring text;
     if (map.empty())
         return text;
@@ -78,6 +90,10 @@ std::wstring connection_table(const connection_map& map, std::int64_t now) {
     table.end_row();
     for (const connection_entry& e : map)
         append_row(table, e, now);
+    if (how == controls::escaped)
+        for (auto& row : table.rows)
+            for (std::wstring& cell : row)
+                cell = escaped(cell);
     table.render(text);
     // The trace ends a text at its first zero: one in a cell would take the rest of the table away.
     std::replace(text.begin(), text.end(), L'\0', L' ');

@@ -152,7 +152,7 @@ void connection_map::editor::put(link l) noexcept {
     map_.table_[i] = l;
 }
 
-// Closes the gap with the links behind it that may stand there, so that no search ends too early.
+// Closes the gap with later links that may stand there, so that no search ends too early.
 void connection_map::editor::remove(std::uint64_t id) noexcept {
     auto& table = map_.table_;
     const std::size_t mask = table.size() - 1;

@@ -71,7 +71,7 @@ public:
         return block_text::load<std::uint64_t>(record_at(i) + offsetof(vfl_connection_record, id));
     }
 
-    // Where the narrow pool starts: behind the records.
+    // Where the narrow pool starts: after the records.
     [[nodiscard]] std::int64_t pools() const {
         return std::int64_t{sizeof header_} +
                static_cast<std::int64_t>(header_.record_count) * std::int64_t{sizeof(vfl_connection_record)};
@@ -97,7 +97,7 @@ public:
         return at;
     }
 
-    // False when `count` texts can't lie behind `at`. Asked before memory is taken for them.
+    // False when `count` texts can't lie there. Asked before memory is taken for them.
     [[nodiscard]] bool may_hold(std::int64_t at, std::uint32_t count) const {
         return count == 0 || (size_ - at) / 4 >= count;
     }

@@ -13,7 +13,7 @@ struct text_table {
     static constexpr std::uint64_t last_column = ~std::uint64_t{0};
 
     std::vector<std::vector<std::wstring>> rows;
-    std::vector<std::int32_t> spacing;   // blanks behind each column; negative: default_spacing
+    std::vector<std::int32_t> spacing;   // blanks after each column; negative: default_spacing
     std::vector<std::uint8_t> alignment; // for each column 'l', 'r', or 'd' for default_alignment
     std::wstring line_prefix;            // at the start of each line
     std::wstring line_suffix = L"\n";    // at the end of each line

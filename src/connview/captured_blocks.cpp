@@ -1,6 +1,10 @@
-#include "captured_blocks.hpp"
+#include "connview/captured_blocks.hpp"
+
+#include "connview/snapshot_block.hpp"
 
 #include <algorithm>
+
+namespace vfl {
 
 namespace {
 
@@ -32,24 +36,54 @@ std::string line_of_dump(std::string_view line) {
                                                                                                      : "";
 }
 
+// The length of the block at the start of `bytes`; all of them when its counts make no sense.
+std::size_t block_length(std::string_view bytes) {
+    const std::int64_t size = snapshot_block(bytes).size();
+    return size < 0 ? bytes.size() : std::min(bytes.size(), static_cast<std::size_t>(size));
+}
+
+// Cuts a block to its length; lines after that are of no block.
+void end_block(captured_snapshots& found) {
+    std::string& block = found.blocks.back();
+    const std::size_t length = block_length(block);
+    found.lost_lines += (block.size() - length) / line_bytes;
+    block.resize(length);
+}
+
 } // namespace
 
-std::vector<std::string> captured_blocks(std::string_view file) {
-    if (file.starts_with(magic))
-        return {std::string(file)};
-    std::vector<std::string> blocks;
+captured_snapshots captured_blocks(std::string_view file) {
+    captured_snapshots found;
+    if (file.starts_with(magic)) {
+        while (file.starts_with(magic)) {
+            found.blocks.emplace_back(file.substr(0, block_length(file)));
+            file.remove_prefix(found.blocks.back().size());
+        }
+        return found;
+    }
     bool open = false;
     while (!file.empty()) {
         const std::size_t end = std::min(file.find('\n'), file.size());
         const std::string bytes = line_of_dump(file.substr(0, end));
         file.remove_prefix(std::min(end + 1, file.size()));
-        if (!open && bytes.starts_with(magic)) {
-            blocks.emplace_back();
-            open = true;
-        }
+        const bool begins = bytes.starts_with(magic);
+        if (open && (begins || bytes.empty()))
+            end_block(found);
+        if (begins)
+            found.blocks.emplace_back();
+        open = begins || (open && !bytes.empty());
         if (open)
-            blocks.back() += bytes;
-        open = open && bytes.size() == line_bytes;
+            found.blocks.back() += bytes;
+        else
+            found.lost_lines += bytes.size() == line_bytes;
+        if (open && bytes.size() < line_bytes) {
+            end_block(found);
+            open = false;
+        }
     }
-    return blocks;
+    if (open)
+        end_block(found);
+    return found;
 }
+
+} // namespace vfl
