@@ -21,6 +21,8 @@ extern decltype(read_file) real_read_file;
 extern decltype(write_file) real_write_file;
 extern decltype(seek_file) real_seek_file;
 extern decltype(set_end_of_file) real_set_end_of_file;
+extern decltype(reserve_file) real_reserve_file;
+extern decltype(settle_write_time) real_settle_write_time;
 extern decltype(file_size) real_file_size;
 extern decltype(last_write_time) real_last_write_time;
 extern decltype(to_local_file_time) real_to_local_file_time;
@@ -441,6 +443,24 @@ std::uint32_t set_end_of_file(file_handle file) {
         return real_set_end_of_file(file);
     };
     return watching ? pass(file_op::set_end, file, real) : real();
+}
+
+std::uint32_t reserve_file(file_handle file, std::int64_t size) {
+    const auto real = [&] {
+        std::int64_t now = 0;
+        if (watching && s.room != unlimited && !real_file_size(file, now)) {
+            const std::lock_guard guard(lock);
+            return size > now && used() + static_cast<std::uint64_t>(size - now) > s.room ? error_disk_full
+                                                                                          : 0;
+        }
+        return real_reserve_file(file, size);
+    };
+    return watching ? pass(file_op::reserve, file, real) : real();
+}
+
+std::uint32_t settle_write_time(file_handle file) {
+    const auto real = [&] { return real_settle_write_time(file); };
+    return watching ? pass(file_op::write_time, file, real) : real();
 }
 
 std::uint32_t file_size(file_handle file, std::int64_t& size) {

@@ -516,6 +516,18 @@ std::uint32_t set_end_of_file(file_handle file) {
     return 0;
 }
 
+std::uint32_t reserve_file(file_handle file, std::int64_t size) {
+    call c(file_op::reserve, path_of(file));
+    const open_state* o = state_of(file);
+    if (c.error())
+        return c.error();
+    if (!o)
+        return c.done(error_invalid_handle);
+    const auto there = static_cast<std::int64_t>(o->file->bytes.size());
+    const bool fits = s.space_left == unlimited || size - there <= static_cast<std::int64_t>(s.space_left);
+    return c.done(fits ? 0 : error_disk_full);
+}
+
 std::uint32_t file_size(file_handle file, std::int64_t& size) {
     call c(file_op::size, path_of(file));
     const open_state* o = state_of(file);
@@ -525,6 +537,11 @@ std::uint32_t file_size(file_handle file, std::int64_t& size) {
         return c.done(error_invalid_handle);
     size = static_cast<std::int64_t>(o->file->bytes.size());
     return 0;
+}
+
+std::uint32_t settle_write_time(file_handle file) {
+    call c(file_op::write_time, path_of(file));
+    return c.error() || state_of(file) ? c.error() : c.done(error_invalid_handle);
 }
 
 std::uint32_t last_write_time(file_handle file, std::uint64_t& time) {

@@ -222,6 +222,15 @@ bool file_hnd::open_temp(const std::wstring& base_path, std::uint32_t flags, std
     return false;
 }
 
+bool file_hnd::reserve(std::int64_t size) {
+    return keep(os::reserve_file(handle, size));
+}
+
+bool file_hnd::stamp(packed_time& out) {
+    return (!(mode & can_write) || keep(os::settle_write_time(handle))) &&
+           file_write_time(handle, out, false);
+}
+
 bool file_hnd::was_not_found() {
     return !is_open() && last_error == os::error_not_found;
 }

@@ -7,6 +7,7 @@
 // belongs to one thread at a time.
 #pragma once
 
+#include "cl/file/file_time.hpp"
 #include "cl/file/open_flags.hpp"
 #include "cl/os/file.hpp"
 
@@ -76,6 +77,12 @@ public:
     // Creates and opens a temporary file, exclusive to this object and deleted when it is closed. Its name,
     // which goes to *name if that isn't null, is base_path, a number in base 36 and ".tmp".
     bool open_temp(const std::wstring& base_path, std::uint32_t flags, std::wstring* name);
+
+    // Sets disk space aside for a growth to `size` bytes; see os::reserve_file.
+    bool reserve(std::int64_t size);
+    // The time of the last write, in local time. A file that is open for writing is dated to the present and
+    // keeps that time when it is closed.
+    bool stamp(packed_time& out);
 
     // Why an open failed; false while the object is open.
     bool was_not_found();

@@ -1,7 +1,5 @@
 #include "cl/file/file_time.hpp"
 
-#include "cl/os/file.hpp"
-
 #include <chrono>
 
 namespace cl {
@@ -29,12 +27,15 @@ bool file_write_time(const wchar_t* path, packed_time& out, bool utc) {
     os::file_handle file;
     if (os::open_file(path, request, file) != 0)
         return false;
-    std::uint64_t time = 0;
-    const std::uint32_t error = os::last_write_time(file, time);
+    const bool got = file_write_time(file, out, utc);
     os::close_file(file);
-    if (error || (!utc && os::to_local_file_time(time, time) != 0))
-        return false;
-    return pack_file_time(time, out);
+    return got;
+}
+
+bool file_write_time(os::file_handle file, packed_time& out, bool utc) {
+    std::uint64_t time = 0;
+    return os::last_write_time(file, time) == 0 && (utc || os::to_local_file_time(time, time) == 0) &&
+           pack_file_time(time, out);
 }
 
 } // namespace cl

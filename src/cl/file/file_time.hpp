@@ -1,6 +1,8 @@
 // The packed time stamp of a file. Any thread may call.
 #pragma once
 
+#include "cl/os/file.hpp"
+
 #include <cstdint>
 
 namespace cl {
@@ -15,5 +17,8 @@ bool pack_file_time(std::uint64_t time, packed_time& out);
 // The time of the last write of the file that `path` (zero-terminated) names, in UTC or in local time. Opens
 // it for reading, shared with readers and writers. On failure false, and `out` stays as it was.
 bool file_write_time(const wchar_t* path, packed_time& out, bool utc);
+
+// The same of an open file.
+bool file_write_time(os::file_handle file, packed_time& out, bool utc);
 
 } // namespace cl

@@ -1,13 +1,36 @@
 #include "cl/file/uni_file.hpp"
 
+#include <algorithm>
+#include <cstring>
 #include <utility>
 
 namespace cl {
 
 namespace {
 
-// The block in which files are copied.
+// The block in which files are copied and compared, and the most that is written over a file in one call.
 constexpr std::int64_t copy_block = 4096;
+constexpr std::int64_t max_at_once = 1 << 20;
+
+// Fills n bytes with blanks; the last may be a part of one.
+void put_blanks(char* to, std::int64_t n, std::uint32_t encoding) {
+    const int width = encoding < encoding_utf16le ? 1 : encoding < encoding_utf32le ? 2 : 4;
+    const bool big_endian = encoding == encoding_utf16be || encoding == encoding_utf32be;
+    for (std::int64_t i = 0; i < n; ++i)
+        to[i] = i % width == (big_endian ? width - 1 : 0) ? ' ' : '\0';
+}
+
+// How many of n bytes, in whole blocks or all of them, are the same.
+std::int64_t equal_blocks(const char* a, const char* b, std::int64_t n) {
+    std::int64_t at = 0;
+    while (at < n) {
+        const std::int64_t block = std::min(n - at, copy_block);
+        if (std::memcmp(a + at, b + at, static_cast<std::size_t>(block)) != 0)
+            break;
+        at += block;
+    }
+    return at;
+}
 
 } // namespace
 
@@ -28,9 +51,9 @@ bool uni_file::open_as(const std::wstring& path, std::uint32_t flags, std::uint3
 }
 
 bool uni_file::to_start() {
-    sync();
+    const bool synced = sync();
     drop_pushback();
-    return move_pointer(0, os::from_start) == 0;
+    return move_pointer(0, os::from_start) == 0 && synced;
 }
 
 bool uni_file::detect_encoding(std::uint32_t default_encoding) {
@@ -121,11 +144,9 @@ std::int64_t uni_file::tell() {
 
 bool uni_file::copy_to(uni_file& dst, bool rewind_both) {
     if (rewind_both) {
-        // What a sync couldn't write is lost, and the rest is copied all the same. Deliberate.
-        sync();
-        dst.sync();
-        if (move_pointer(0, os::from_start) != 0 || dst.move_pointer(0, os::from_start) != 0)
+        if (!to_start() || !dst.to_start())
             return false;
+        return overwrite(dst) && dst.set_end() && dst.detect_encoding(encoding);
     }
     const auto block = std::make_unique<char[]>(copy_block);
     // A read that fails gives no byte, as the end of the file does; last_error tells them apart.
@@ -137,9 +158,42 @@ bool uni_file::copy_to(uni_file& dst, bool rewind_both) {
     const bool copied = n == 0 && last_error == 0;
     if (last_error == 0)
         last_error = kept_error;
-    if (!copied || !rewind_both)
-        return copied;
-    return dst.set_end() && dst.detect_encoding(encoding);
+    return copied;
+}
+
+// Leaves dst's position where the new text ends.
+bool uni_file::overwrite(uni_file& dst) {
+    // An unknown size isn't an empty file.
+    std::int64_t size = 0;
+    std::int64_t old_size = 0;
+    if (!keep(os::file_size(handle, size)) || !dst.keep(os::file_size(dst.handle, old_size)))
+        return false;
+    const std::int64_t part = std::min(std::max(size, old_size), max_at_once);
+    const auto text = std::make_unique<char[]>(static_cast<std::size_t>(part));
+    const auto old_text = std::make_unique<char[]>(static_cast<std::size_t>(part));
+    bool same = (dst.mode & can_read) != 0;
+    for (std::int64_t at = 0; at < size;) {
+        const std::int64_t n = std::min(size - at, part);
+        if (read(text.get(), n) != n)
+            return false;
+        std::int64_t first = 0;
+        if (same) {
+            const std::int64_t old_n = dst.read(old_text.get(), n);
+            first = equal_blocks(text.get(), old_text.get(), std::min(n, old_n));
+            same = first == n;
+        }
+        at += n;
+        if (same)
+            continue;
+        const bool covers = at == size && old_size > size && n + old_size - size <= part;
+        const std::int64_t rest = covers ? old_size - size : 0;
+        put_blanks(text.get() + n, rest, encoding);
+        const std::int64_t count = n + rest - first;
+        if (!dst.sync() || dst.move_pointer(at - n + first, os::from_start) < 0 ||
+            dst.write(text.get() + first, count) != count || !dst.sync())
+            return false;
+    }
+    return dst.sync() && dst.move_pointer(size, os::from_start) == size;
 }
 
 bool uni_file::write_line(const std::wstring& text) {

@@ -65,11 +65,16 @@ public:
     // Copies from here to the end of the file, marks included. With rewind_both from the very start over all
     // of dst, which is then cut and ready to read with this file's encoding. False on the first failure; dst
     // then isn't cut.
+    //
+    // With rewind_both dst is written from the first block on in which the two differ, and up to 1 MiB in one
+    // call, so that a process that ends in between leaves the old text or the new one. If dst becomes
+    // shorter, blanks cover the rest until it is cut.
     bool copy_to(uni_file& dst, bool rewind_both);
     // The text and CR LF.
     bool write_line(const std::wstring& text);
 
 private:
+    bool overwrite(uni_file& dst);
     bool to_start();
     void drop_char_pushback() { text_flags &= skip_bom_at_line_start | skip_bom_always; }
     // True if no subclass changes a slot, so that runs of text may take the short way through the buffer.

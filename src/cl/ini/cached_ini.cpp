@@ -2,10 +2,9 @@
 
 #include "cl/file/random_gen.hpp"
 #include "cl/file/uni_file.hpp"
-#include "cl/format/format.hpp"
 #include "cl/ini/ini_merge.hpp"
 #include "cl/os/clock.hpp"
-#include "cl/trace/trace_list.hpp"
+#include "cl/trace/say.hpp"
 
 namespace cl {
 
@@ -17,6 +16,9 @@ constexpr std::uint32_t open_budget_ms = 5000;
 constexpr std::uint32_t shortest_pause_ms = 50;
 constexpr std::uint32_t load_spread_ms = 50;
 constexpr std::uint32_t flush_spread_ms = 200;
+// How often the timer's flush is tried again after a refusal that may pass by itself, as that of a file does
+// whose removal waits for someone else to close it.
+constexpr std::uint32_t max_open_retries = 3;
 
 bool open_patiently(const ini_file& target, uni_file& file, bool read_only, std::uint32_t spread_ms) {
     for (std::uint32_t waited = 0; waited < open_budget_ms;) {
@@ -185,17 +187,18 @@ void cached_ini::check_write_flush(mutex_auto& scope) {
 
 void cached_ini::arm_flush() {
     timer.start_once(
-        &flush_timer, [this] { flush(); }, flush_delay);
+        &flush_timer, [this] { flush_by_timer(); }, flush_delay);
 }
 
 // ---- the file
 
 void cached_ini::set_file(const std::wstring& file_path, bool as_unicode) {
     mutex_auto scope(lock, true);
+    wait_for_flush(scope);
     flush_unlocked(scope);
     attached = false;
     ini_file::set_file(file_path, as_unicode);
-    ++file_count;
+    refused_opens = 0;
     attached = true;
     dirty = false;
     sections->clear();
@@ -205,8 +208,17 @@ void cached_ini::set_file(const std::wstring& file_path, bool as_unicode) {
 
 void cached_ini::close() {
     mutex_auto scope(lock, true);
+    wait_for_flush(scope);
     flush_unlocked(scope);
     attached = false;
+}
+
+void cached_ini::wait_for_flush(mutex_auto& scope) {
+    while (flushing && !timer.worker_lost()) {
+        scope.unlock();
+        os::sleep_ms(1);
+        scope.lock();
+    }
 }
 
 bool cached_ini::reload() {
@@ -232,9 +244,12 @@ void cached_ini::refresh(mutex_auto& scope) {
         reload_unlocked(scope);
 }
 
+// flush_unlocked has been asked before: it refuses for the same flags, so neither is set here.
 bool cached_ini::load() {
-    if (flushing || loading)
-        return false;
+    struct load_section {
+        bool& loading;
+        ~load_section() { loading = false; }
+    } const section{loading};
     loading = true;
     uni_file file;
     ini_sections read;
@@ -246,14 +261,12 @@ bool cached_ini::load() {
         complete = file.last_error == 0;
         if (!complete)
             report_read_error(file.last_error);
-        file.close();
-        file_write_time(path.c_str(), stamp, false);
+        file.stamp(stamp); // while nobody else can write
     } else {
         missing = file.was_not_found();
         if (!missing)
             report_open_error(file.last_error);
     }
-    loading = false;
     // Changes of ours are never thrown away by a load.
     if (!alive || dirty || !(complete || missing))
         return false;
@@ -270,80 +283,131 @@ bool cached_ini::flush() {
     return flush_unlocked(scope);
 }
 
-bool cached_ini::flush_unlocked(mutex_auto& scope) {
-    if (!alive || !attached || flushing || loading)
-        return false;
-    if (!dirty)
-        return true;
-    flushing = true;
-    // While the lock is given up, set_file may exchange the file.
-    ini_file target;
-    target.set_file(path, unicode);
-    const std::uint32_t target_count = file_count;
-    scope.unlock();
-
-    uni_file source, temp;
-    const bool opened = open_for_flush(target, source, temp);
-    // Without the lock, which the callback takes. It may be that very callback that runs this.
-    if (opened)
-        timer.stop_and_wait(&flush_timer);
-
-    scope.lock();
-    std::list<ini_section> snapshot;
-    const bool commits = opened && alive && target_count == file_count;
-    if (commits) {
-        snapshot = sections->commit();
-        dirty = false;
-    }
-    scope.unlock();
-    packed_time stamp = 0;
-    if (!snapshot.empty())
-        write_merged(target, source, temp, snapshot);
-    source.close();
-    temp.close();
-    // So that our own writing isn't taken for a change by someone else.
-    const bool stamped = !snapshot.empty() && file_write_time(target.path.c_str(), stamp, false);
-
-    scope.lock();
-    flushing = false;
-    if (stamped && target_count == file_count)
-        file_stamp.store(stamp, std::memory_order_relaxed);
-    // The changes to a file that was attached meanwhile have lost their timer to the stop.
-    if (opened && !commits && alive && attached && dirty)
+void cached_ini::flush_by_timer() {
+    flush();
+    mutex_auto scope(lock, true);
+    if (refused_opens != 0 && refused_opens <= max_open_retries && !flushing && alive && attached && dirty)
         arm_flush();
-    return commits;
 }
 
-// On failure both files are closed and the trace knows why.
-bool cached_ini::open_for_flush(const ini_file& target, uni_file& source, uni_file& temp) {
-    if (!open_patiently(target, source, false, flush_spread_ms)) {
-        source.close();
-        target.report_open_error(source.last_error);
+bool cached_ini::flush_unlocked(mutex_auto& scope) {
+    if (!alive || !attached)
+        return false;
+    if (flushing || loading) {
+        overdue = true;
         return false;
     }
-    if (!target.make_temp(source, temp, &temp_name)) {
-        source.close();
-        temp.close();
-        trace_out((basic_format<char>("cannot create temp file '%?'\n") << temp_name).str());
-        return false;
+    if (!dirty)
+        return true;
+    overdue = false;
+    const bool written = write_changes(scope);
+    // The changes of meanwhile, whose timer found this flush at work.
+    if (overdue && alive && attached && dirty)
+        arm_flush();
+    return written;
+}
+
+// What a flush owns while the lock is given up. The end takes the lock again, and takes back what was
+// committed and not written.
+struct cached_ini::flush_section {
+    cached_ini& ini;
+    mutex_auto& scope;
+    std::list<ini_section> unwritten;
+
+    flush_section(cached_ini& i, mutex_auto& s) : ini(i), scope(s) {
+        ini.flushing = true;
+        scope.unlock();
     }
+    ~flush_section() {
+        scope.lock();
+        ini.flushing = false;
+        if (unwritten.empty())
+            return;
+        ini.sections->restore(std::move(unwritten));
+        ini.dirty = true;
+    }
+    flush_section(const flush_section&) = delete;
+    flush_section& operator=(const flush_section&) = delete;
+};
+
+bool cached_ini::write_changes(mutex_auto& scope) {
+    flush_section running(*this, scope);
+    uni_file source, temp; // are closed before the lock is taken at the end
+    if (!open_for_flush(source, temp))
+        return false;
+    // Without the lock, which the callback takes. It may be that very callback that runs this.
+    timer.stop_and_wait(&flush_timer);
+
+    scope.lock();
+    if (!alive)
+        return false;
+    running.unwritten = sections->commit();
+    dirty = false;
+    scope.unlock();
+    if (running.unwritten.empty())
+        return true;
+    if (!write_merged(source, temp, running.unwritten))
+        return false;
+    running.unwritten.clear();
     return true;
 }
 
-// Whatever fails is told and gone on from: what was committed counts as written.
-void cached_ini::write_merged(const ini_file& target, uni_file& source, uni_file& temp,
-                              std::list<ini_section>& snapshot) {
+// On failure the trace knows why.
+bool cached_ini::open_for_flush(uni_file& source, uni_file& temp) {
+    if (!open_patiently(*this, source, false, flush_spread_ms)) {
+        refused_opens += source.was_sharing_violation() ? 0 : 1;
+        report_open_error(source.last_error);
+        return false;
+    }
+    refused_opens = 0;
+    if (make_temp(source, temp, &temp_name))
+        return true;
+    report_no_temp();
+    return false;
+}
+
+void cached_ini::report_no_temp() {
+    temp_name.clear();
+    say(trace_out, "cannot create temp file '%?'\n", temp_name);
+}
+
+// False if the file is as it was, and the changes have to wait. Once its space is set aside, what fails is
+// told and gone on from: the changes count as written.
+bool cached_ini::write_merged(uni_file& source, uni_file& temp, std::list<ini_section>& snapshot) {
+    std::size_t added = 0;
+    for (const ini_section& section : snapshot)
+        added += section.length();
+    const bool reserved = reserve_temp(source, temp, added);
+    if (!reserved && temp.last_error != os::error_not_supported) {
+        report_no_temp();
+        return false;
+    }
+    if (source.size() == 0)
+        source.last_error = 0; // its mark may have failed to go out; no read did
     ini_merge merge(
         snapshot, [&temp](const std::wstring& line) { return temp.write_line(line); },
         source.encoding == encoding_utf8);
-    if (!merge([&source](std::wstring& line) { return source.read_line(line); }))
-        trace_out((basic_format<char>("error(s) writing to '%?'\n") << temp_name).str());
-    if (source.last_error != 0) // what it would lose is someone else's
-        return target.report_read_error(source.last_error);
+    const bool merged = merge([&source](std::wstring& line) { return source.read_line(line); });
+    if (source.last_error != 0) { // what it would lose is someone else's
+        report_read_error(source.last_error);
+        return false;
+    }
+    if (!(temp.sync() && merged)) {
+        say(trace_out, "error(s) writing to '%?'\n", temp_name);
+        if (!reserved)
+            return false;
+    }
+    temp.set_end(); // frees what was reserved and not needed
+    if (!reserve_copy(temp, source)) {
+        report_no_temp();
+        return false;
+    }
     if (!copy_back(temp, source))
-        trace_out(
-            (basic_format<char>("error while copying from temp '%?' to '%?'\n") << temp_name << target.path)
-                .str());
+        say(trace_out, "error while copying from temp '%?' to '%?'\n", temp_name, path);
+    // So that our own writing isn't taken for a change by someone else; and while nobody else can write.
+    if (packed_time stamp = 0; source.stamp(stamp))
+        file_stamp.store(stamp, std::memory_order_relaxed);
+    return true;
 }
 
 } // namespace cl

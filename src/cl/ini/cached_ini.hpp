@@ -9,9 +9,9 @@
 // Lookups and edits wait while a load runs, which takes up to about five seconds if others don't let go of
 // the file; a flush does all its file work without the lock.
 //
-// Failures are results, and words on the trace; memory keeps the latest values. Not written again unless
-// edited again is what a flush could not bring to the disk once it had begun to write, as the trace then
-// tells.
+// Failures are results, and words on the trace; memory keeps the latest values. What a flush could not bring
+// to the disk once it had begun to write, its space being set aside, counts as written all the same, as the
+// trace then reports: it is written again only when it is edited again.
 #pragma once
 
 #include "cl/file/file_time.hpp"
@@ -41,7 +41,8 @@ public:
     bool get_value(const std::wstring& section, const std::wstring& key, std::wstring& value) override;
     bool get_value_current(const std::wstring& section, const std::wstring& key,
                            std::wstring& value) override;
-    // Flushes to the file of before, then loads the new one. Changes that this flush couldn't write are lost.
+    // Waits for a flush that runs, flushes to the file of before, then loads the new one. Changes that this
+    // flush couldn't write are lost. Like `close`, not for a sink of the trace.
     void set_file(const std::wstring& file_path, bool as_unicode) override;
     bool get_section(const std::wstring& section, std::vector<std::wstring>& lines,
                      std::uint32_t flags) override;
@@ -53,7 +54,13 @@ public:
     bool section_exists(const std::wstring& section) override;
     bool section_exists_current(const std::wstring& section) override;
 
-    // The edits always succeed. Without `schedule` the change waits for the next flush from any cause.
+    // The edits always succeed, and refuse nothing: what ini_file says of "]", "=", ";", "[" and line ends in
+    // what a caller gives shows once the file is loaded again. A key that isn't found in the file under the
+    // name that it was given, such as one with a "=" inside, is added again by each flush that writes it. So
+    // is a section with an empty name, where the file begins with a header: its lines go to the very end,
+    // into the last section.
+    //
+    // Without `schedule` the change waits for the next flush from any cause.
     bool write_value(const std::wstring& section, const std::wstring& key, const std::wstring& value,
                      bool schedule) override;
     bool delete_value(const std::wstring& section, const std::wstring& key) override;
@@ -63,13 +70,15 @@ public:
     // Waits for a flush that runs, then flushes. No other thread may be inside of a call, except the timer's.
     ~cached_ini() override;
 
-    // Brings all changes to the file now. False if there is no file, a flush or load is under way, or the
-    // file could not be opened or the temporary file made; the changes then wait in memory for the next edit,
-    // flush or reload.
+    // Brings all changes to the file now. False if there is no file, a flush or load is under way, the file
+    // could not be opened or read, the temporary file not be made, or the disk is full; the file is then as
+    // it was, and the changes wait in memory for the next edit, flush or reload. The timer's flush is tried
+    // again a few times if the open was refused, with an error that may pass by itself.
     bool flush() override;
     // Flushes, then loads the file anew. False if either couldn't be done; memory keeps what it has.
     bool reload() override;
-    // Flushes and lets go of the file: from then on everything happens in memory alone.
+    // Waits for a flush that runs, flushes and lets go of the file: from then on everything happens in memory
+    // alone.
     void close() override;
 
     // For a caller that holds `lock`, or gives its scope.
@@ -97,25 +106,31 @@ public:
     std::uint32_t check_interval = 0; // least time between two checks of the file's stamp
 
 private:
+    struct flush_section;
+
     void refresh(mutex_auto& scope);
     bool load();
     void check_write_flush(mutex_auto& scope);
-    bool open_for_flush(const ini_file& target, uni_file& source, uni_file& temp);
-    void write_merged(const ini_file& target, uni_file& source, uni_file& temp,
-                      std::list<ini_section>& snapshot);
+    void wait_for_flush(mutex_auto& scope);
+    bool write_changes(mutex_auto& scope);
+    bool open_for_flush(uni_file& source, uni_file& temp);
+    bool write_merged(uni_file& source, uni_file& temp, std::list<ini_section>& snapshot);
+    void report_no_temp();
     void arm_flush();
+    void flush_by_timer();
 
     std::uint32_t last_check =
-        0;              // tick of the last check that found the stamp unchanged, or of the last load
-    bool dirty = false; // memory holds changes that no flush has taken yet
-    bool flushing = false;
+        0;                 // tick of the last check that found the stamp unchanged, or of the last load
+    bool dirty = false;    // memory holds changes that no flush has taken yet
+    bool flushing = false; // a thread is in a flush, during which the file isn't exchanged
+    bool overdue = false;  // a flush was asked for during another
     bool loading = false;
     bool attached = false; // there is a file
     bool alive = true;     // false from the start of the destruction
     timer_handle flush_timer{};
-    timer_handle spare_timer{};   // never armed
-    std::wstring temp_name;       // of the running flush, which alone may touch it
-    std::uint32_t file_count = 0; // how many files there have been: tells a flush that its file was exchanged
+    timer_handle spare_timer{};      // never armed
+    std::wstring temp_name;          // of the running flush, which alone may touch it, as the next one
+    std::uint32_t refused_opens = 0; // flushes in a row whose open was refused for other reasons than sharing
     base_timer& timer;
 };
 

@@ -1,9 +1,8 @@
 #include "cl/ini/ini_file.hpp"
 
 #include "cl/file/uni_file.hpp"
-#include "cl/format/format.hpp"
 #include "cl/text/string_util.hpp"
-#include "cl/trace/trace_list.hpp"
+#include "cl/trace/say.hpp"
 
 namespace cl {
 
@@ -18,6 +17,11 @@ constexpr std::uint32_t share_readers = 32;
 std::uint32_t default_encoding(bool unicode) {
     return unicode ? encoding_utf8 : encoding_ansi;
 }
+
+// The most bytes that a character and a line end take in any encoding.
+constexpr std::int64_t max_char_bytes = 4;
+// The mark, the blank line behind it, and the end of a last line that has none.
+constexpr std::int64_t max_frame_bytes = 5 * max_char_bytes;
 
 next_line lines_of(uni_file& file) {
     return [&file](std::wstring& line) { return file.read_line(line); };
@@ -34,11 +38,11 @@ bool ini_file::open_ini(uni_file& file, bool read_only, bool report) const {
 }
 
 void ini_file::report_open_error(std::uint32_t error) const {
-    trace_err((basic_format<char>("file '%?' open error %u\n") << path << error).str());
+    say(trace_err, "file '%?' open error %u\n", path, error);
 }
 
 void ini_file::report_read_error(std::uint32_t error) const {
-    trace_err((basic_format<char>("file '%?' read error %u\n") << path << error).str());
+    say(trace_err, "file '%?' read error %u\n", path, error);
 }
 
 bool ini_file::make_temp(const uni_file& source, uni_file& temp, std::wstring* name) const {
@@ -54,6 +58,18 @@ bool ini_file::make_temp(const uni_file& source, uni_file& temp, std::wstring* n
     if (name)
         *name = std::move(temp_path);
     return true;
+}
+
+bool ini_file::reserve_temp(uni_file& source, uni_file& temp, std::size_t added) {
+    // Each unit may be a line end that becomes CR LF, each byte of an ANSI text three of UTF-8.
+    const std::int64_t growth = source.encoding == temp.encoding ? 2 : 3;
+    return temp.reserve(source.size() * growth + static_cast<std::int64_t>(added) * max_char_bytes +
+                        max_frame_bytes);
+}
+
+bool ini_file::reserve_copy(uni_file& temp, uni_file& source) {
+    const std::int64_t size = temp.size();
+    return size <= source.size() || source.reserve(size) || source.last_error == os::error_not_supported;
 }
 
 bool ini_file::copy_back(uni_file& temp, uni_file& source) {
@@ -114,35 +130,43 @@ bool ini_file::section_exists_current(const std::wstring& section) {
 }
 
 template <class Edit>
-bool ini_file::rewrite(Edit edit) {
+bool ini_file::rewrite(std::size_t added, Edit edit) {
     uni_file source, temp;
     if (!open_ini(source, false, true) || !make_temp(source, temp, nullptr))
         return false;
+    if (!reserve_temp(source, temp, added) && temp.last_error != os::error_not_supported)
+        return false;
+    if (source.size() == 0)
+        source.last_error = 0; // its mark may have failed to go out; no read did
     const next_line next = lines_of(source);
     const put_line put = [&temp](const std::wstring& line) { return temp.write_line(line); };
     edit(ini_rewrite{next, put, source.encoding != encoding_ansi});
-    if (source.last_error == 0)
-        copy_back(temp, source);
-    else
+    if (source.last_error != 0)
         report_read_error(source.last_error);
+    else if (temp.sync() && temp.set_end() && reserve_copy(temp, source))
+        copy_back(temp, source);
     return true;
 }
 
 bool ini_file::write_value(const std::wstring& section, const std::wstring& key, const std::wstring& value,
                            bool) {
-    return rewrite([&](const ini_rewrite& lines) { lines.write_value(section, key, value); });
+    return rewrite(section.size() + key.size() + value.size() + 7,
+                   [&](const ini_rewrite& lines) { lines.write_value(section, key, value); });
 }
 
 bool ini_file::delete_value(const std::wstring& section, const std::wstring& key) {
-    return rewrite([&](const ini_rewrite& lines) { lines.delete_value(section, key); });
+    return rewrite(0, [&](const ini_rewrite& lines) { lines.delete_value(section, key); });
 }
 
 bool ini_file::write_section(const std::wstring& section, const std::vector<std::wstring>& section_lines) {
-    return rewrite([&](const ini_rewrite& lines) { lines.write_section(section, section_lines); });
+    std::size_t added = section.size() + 4;
+    for (const std::wstring& line : section_lines)
+        added += line.size() + 2;
+    return rewrite(added, [&](const ini_rewrite& lines) { lines.write_section(section, section_lines); });
 }
 
 bool ini_file::delete_section(const std::wstring& section) {
-    return rewrite([&](const ini_rewrite& lines) { lines.delete_section(section); });
+    return rewrite(0, [&](const ini_rewrite& lines) { lines.delete_section(section); });
 }
 
 bool ini_file::flush() {

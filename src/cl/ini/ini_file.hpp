@@ -1,6 +1,7 @@
 // An INI file that is read and edited directly: each call opens the file, streams it line by line and closes
 // it again. An edit writes the whole new text into a temporary file in the same folder and copies that over
-// the source, which keeps its identity, attributes and rights; a crash during the copy leaves it cut short.
+// the source, which keeps its identity, attributes and rights. Space for both is set aside first, where the
+// file system can do that, so that a full disk shows before anything is touched.
 //
 // Results are bools. An open that fails says so on trace_err, except for a missing file; nothing else is
 // reported, and nothing is tried again. An out parameter is untouched where the
@@ -48,6 +49,12 @@ public:
     virtual bool section_exists(const std::wstring& section);
     virtual bool section_exists_current(const std::wstring& section);
 
+    // Nothing that a caller gives is refused, and nothing quoted: a name of a section ends at its first "]",
+    // a key at its first "=", a key with ";" or "[" in front reads as a comment or a header, a line end in a
+    // value begins a line of its own, and the value as read is trimmed. An empty section name gives the
+    // header
+    // "[]"; see cached_ini for what it does there.
+    //
     // The edits; see ini_rewrite for what each does to the lines. All create a missing file. True once the
     // temporary file is there, whether or not there was anything to change or the writes succeeded. A source
     // that can't be read to its end stays as it is.
@@ -74,6 +81,12 @@ public:
     // Creates the temporary file of an edit, with the encoding that the edited file is to have. It is
     // exclusive and goes when it is closed. `name`, if not null, is its name then, and empty on failure.
     bool make_temp(const uni_file& source, uni_file& temp, std::wstring* name) const;
+    // Sets disk space aside for a new text of the source with at most `added` characters more than it has,
+    // in temp, before it is written. False with error_not_supported in temp's last_error if nothing can be
+    // known about the space there, with any other number if it isn't there.
+    static bool reserve_temp(uni_file& source, uni_file& temp, std::size_t added);
+    // The same in source for all of temp, before that is copied over it. True if nothing can be known.
+    static bool reserve_copy(uni_file& temp, uni_file& source);
     // Copies all of temp over source, and closes temp if that succeeded.
     static bool copy_back(uni_file& temp, uni_file& source);
     // Say on trace_err that the file could not be opened, or not be read to its end.
@@ -81,8 +94,9 @@ public:
     void report_read_error(std::uint32_t error) const;
 
 private:
+    // `added`: characters that the new text has at most more than the old one.
     template <class Edit>
-    bool rewrite(Edit edit);
+    bool rewrite(std::size_t added, Edit edit);
 };
 
 } // namespace cl

@@ -21,8 +21,9 @@ bool is_comment(std::wstring_view line) {
 
 bool find_ini_value(const next_line& next, const std::wstring& section, const std::wstring& key,
                     std::wstring& value) {
-    const std::wstring_view wanted_section = trim_both(section);
-    const std::wstring_view wanted_key = trim_both(key);
+    // Copies: the caller may have given one string for both.
+    const std::wstring wanted_section(trim_both(section));
+    const std::wstring wanted_key(trim_both(key));
     bool in_section = false;
     std::wstring text;
     std::wstring name;
@@ -42,7 +43,7 @@ bool find_ini_value(const next_line& next, const std::wstring& section, const st
 
 bool list_ini_section(const next_line& next, const std::wstring& section, std::vector<std::wstring>& lines,
                       std::uint32_t flags) {
-    const std::wstring_view wanted = trim_both(section);
+    const std::wstring wanted(trim_both(section)); // a copy: it may be one of `lines`
     bool in_section = false;
     std::wstring text, name, key, value;
     lines.clear();

@@ -1,9 +1,26 @@
 #include "cl/ini/ini_sections.hpp"
 
+#include <algorithm>
+#include <iterator>
 #include <unordered_set>
 #include <utility>
 
 namespace cl {
+
+namespace {
+
+// What a commit leaves of a section that stays.
+void count_as_written(ini_section& section) {
+    section.replaced = false;
+    if (section.entries.remove_if([](const ini_entry& entry) { return entry.deleted; }))
+        section.by_key.clear();
+    for (ini_entry& entry : section.entries) {
+        entry.modified = false;
+        entry.in_file = true;
+    }
+}
+
+} // namespace
 
 void ini_entry::set(std::wstring_view key, std::wstring_view value) {
     line = raw ? std::wstring(value) : make_ini_line(key, value);
@@ -17,21 +34,28 @@ void ini_entry::parse(std::wstring_view text) {
 }
 
 const ini_entry* ini_section::find_visible(std::wstring_view key) const {
-    key = trim_both(key);
-    for (const ini_entry& entry : entries) {
-        if (equal_ci(entry.key(), key) && !entry.deleted)
-            return &entry;
-    }
-    return nullptr;
+    auto at = by_key.find(entries, trim_both(key));
+    while (at != entries.end() && at->deleted)
+        at = by_key.find_next(entries, at);
+    return at == entries.end() ? nullptr : &*at;
 }
 
 ini_entry* ini_section::find(std::wstring_view key) {
-    key = trim_both(key);
-    for (ini_entry& entry : entries) {
-        if (equal_ci(entry.key(), key))
-            return &entry;
-    }
-    return nullptr;
+    const auto at = by_key.find(entries, trim_both(key));
+    return at == entries.end() ? nullptr : const_cast<ini_entry*>(&*at);
+}
+
+void ini_section::add(ini_entry entry) {
+    std::list<ini_entry> one;
+    one.push_back(std::move(entry));
+    by_key.add(entries, entries.end(), one);
+}
+
+std::size_t ini_section::length() const {
+    std::size_t n = name.size() + 4;
+    for (const ini_entry& entry : entries)
+        n += entry.line.size() + 2;
+    return n;
 }
 
 void ini_sections::load(const next_line& next) {
@@ -66,15 +90,12 @@ void ini_sections::load(const next_line& next) {
             entry.line = line; // a comment keeps the blanks at its end
     }
     list_ = std::move(read);
+    by_name_.clear();
 }
 
 const ini_section* ini_sections::find(std::wstring_view name) const {
-    name = trim_both(name);
-    for (const ini_section& section : list_) {
-        if (equal_ci(section.name, name))
-            return &section;
-    }
-    return nullptr;
+    const auto at = by_name_.find(list_, trim_both(name));
+    return at == list_.end() ? nullptr : &*at;
 }
 
 ini_section* ini_sections::find(std::wstring_view name) {
@@ -84,10 +105,11 @@ ini_section* ini_sections::find(std::wstring_view name) {
 ini_section& ini_sections::find_or_make(std::wstring_view name) {
     if (ini_section* found = find(name))
         return *found;
-    name = trim_both(name);
-    ini_section& made = name.empty() ? list_.emplace_front() : list_.emplace_back();
-    made.name = name;
+    std::list<ini_section> one(1);
+    ini_section& made = one.front();
+    made.name = trim_both(name);
     made.done = true;
+    by_name_.add(list_, made.name.empty() ? list_.begin() : list_.end(), one);
     return made;
 }
 
@@ -144,55 +166,68 @@ void ini_sections::write_value(std::wstring_view section, std::wstring_view key,
     // deliberate.
     if (entry && entry->value() == value && entry->key() == key)
         return;
-    if (!entry)
-        entry = &target.entries.emplace_back();
-    entry->set(key, value);
-    entry->modified = true;
-    // Without in_file a deletion before the next flush leaves no trace, and the file keeps the old line.
-    // Deliberate.
-    entry->in_file = entry->deleted = false;
+    if (entry) {
+        entry->set(key, value);
+        entry->modified = true;
+        // Without in_file a deletion before the next flush leaves no trace, and the file keeps the old line.
+        // Deliberate.
+        entry->in_file = entry->deleted = false;
+    } else {
+        ini_entry made;
+        made.set(key, value);
+        made.modified = true;
+        target.add(std::move(made));
+    }
     target.deleted = false;
     target.changed = true;
 }
 
 void ini_sections::write_section(std::wstring_view section, const std::vector<std::wstring>& lines) {
-    ini_section& target = find_or_make(section);
-    target.name = trim_both(section);
-    target.deleted = false;
-    target.replaced = target.changed = true;
-    target.entries.clear();
+    std::wstring name(trim_both(section));
+    std::list<ini_entry> entries;
     for (const std::wstring& line : lines) {
-        ini_entry& entry = target.entries.emplace_back();
+        ini_entry& entry = entries.emplace_back();
         entry.modified = true;
         entry.parse(line);
     }
+    ini_section& target = find_or_make(name);
+    target.name = std::move(name);
+    target.deleted = false;
+    target.replaced = target.changed = true;
+    target.entries = std::move(entries);
+    target.by_key.clear();
 }
 
 bool ini_sections::delete_value(std::wstring_view section, std::wstring_view key) {
     ini_section* const found = find(section);
-    ini_entry* const entry = found ? found->find(key) : nullptr;
-    if (!entry)
+    if (!found)
         return false;
-    if (entry->in_file) {
-        entry->set(entry->key(), {});
-        entry->deleted = entry->modified = true;
+    const auto at = found->by_key.find(found->entries, trim_both(key));
+    if (at == found->entries.end())
+        return false;
+    if (at->in_file) {
+        auto& entry = const_cast<ini_entry&>(*at);
+        entry.set(entry.key(), {});
+        entry.deleted = entry.modified = true;
     } else {
-        found->entries.remove_if([entry](const ini_entry& e) { return &e == entry; });
+        found->by_key.remove(found->entries, at);
     }
     found->changed = true;
     return true;
 }
 
 bool ini_sections::delete_section(std::wstring_view section) {
-    ini_section* const found = find(section);
-    if (!found)
+    const auto at = by_name_.find(list_, trim_both(section));
+    if (at == list_.end())
         return false;
-    if (!found->in_file) {
-        list_.remove_if([found](const ini_section& s) { return &s == found; });
+    if (!at->in_file) {
+        by_name_.remove(list_, at);
         return false;
     }
-    found->deleted = found->replaced = found->changed = true;
-    found->entries.clear();
+    auto& found = const_cast<ini_section&>(*at);
+    found.deleted = found.replaced = found.changed = true;
+    found.entries.clear();
+    found.by_key.clear();
     return true;
 }
 
@@ -202,16 +237,62 @@ std::list<ini_section> ini_sections::commit() {
         if (section.changed)
             snapshot.emplace_back(section).done = false;
     }
-    list_.remove_if([](const ini_section& section) { return section.deleted; });
-    for (ini_section& section : list_) {
-        section.replaced = false;
-        section.entries.remove_if([](const ini_entry& entry) { return entry.deleted; });
-        for (ini_entry& entry : section.entries) {
-            entry.modified = false;
-            entry.in_file = true;
-        }
+    for (auto at = list_.begin(); at != list_.end();) {
+        ini_section& section = *at++;
+        if (section.deleted)
+            by_name_.remove(list_, std::prev(at));
+        else if (section.changed)
+            count_as_written(section);
     }
     return snapshot;
+}
+
+void ini_sections::restore(std::list<ini_section> snapshot) noexcept {
+    while (!snapshot.empty()) {
+        ini_section& section = snapshot.front();
+        // A search by name may take memory.
+        const auto target = std::find_if(
+            list_.begin(), list_.end(), [&](const ini_section& s) { return equal_ci(s.name, section.name); });
+        if (target == list_.end() && section.deleted) {
+            list_.splice(list_.end(), snapshot, snapshot.begin());
+            by_name_.clear();
+            continue;
+        }
+        if (target != list_.end())
+            restore(*target, section);
+        snapshot.pop_front();
+    }
+}
+
+// The entries of both stand in the same order, apart from those that were added or removed since.
+void ini_sections::restore(ini_section& target, ini_section& section) noexcept {
+    target.changed = true;
+    target.in_file = target.in_file || section.in_file;
+    target.replaced = target.replaced || section.replaced;
+    if (target.replaced) // all of it is written, as it is now
+        return;
+    auto from = target.entries.begin();
+    for (auto next = section.entries.begin(); next != section.entries.end();) {
+        const auto entry = next++;
+        const auto same = [&](const ini_entry& e) {
+            return e.raw == entry->raw && equal_ci(e.key(), entry->key());
+        };
+        const auto found = std::find_if(from, target.entries.end(), same);
+        if (entry->deleted) {
+            // Where it stood, in front of a repeat of its key, unless the key has been written since.
+            if (std::none_of(from, target.entries.end(),
+                             [&](const ini_entry& e) { return e.modified && same(e); })) {
+                target.entries.splice(from, section.entries, entry);
+                target.by_key.clear();
+            }
+        } else if (found != target.entries.end()) {
+            if (entry->modified && !found->modified) {
+                found->modified = true;
+                found->in_file = entry->in_file;
+            }
+            from = std::next(found);
+        }
+    }
 }
 
 } // namespace cl

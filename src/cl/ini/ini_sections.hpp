@@ -5,6 +5,7 @@
 // and lines that are to be deleted stay in the lists until the commit.
 #pragma once
 
+#include "cl/ini/first_of_name.hpp"
 #include "cl/ini/ini_text.hpp"
 
 #include <cstdint>
@@ -35,6 +36,10 @@ struct ini_entry {
     void parse(std::wstring_view text);
 };
 
+inline std::wstring_view key_of(const ini_entry& entry) {
+    return entry.key();
+}
+
 struct ini_section {
     std::wstring name; // trimmed, in its own spelling; empty for the lines in front of the first header
     std::list<ini_entry> entries;
@@ -44,16 +49,28 @@ struct ini_section {
     bool changed : 1 = {};  // holds something to write; nothing clears it
     bool done : 1 = {};     // a merge has met it in the file; without meaning in the cache itself
 
+    first_of_name<ini_entry, key_of> by_key;
+
     // The first entry with this key, or null. Lookups see no `deleted` entry, edits do.
     const ini_entry* find_visible(std::wstring_view key) const;
     ini_entry* find(std::wstring_view key);
+    void add(ini_entry entry);
+    // Characters of the lines that a file gets at most from it, with line ends.
+    std::size_t length() const;
 };
+
+inline std::wstring_view name_of(const ini_section& section) {
+    return section.name;
+}
 
 class ini_sections {
 public:
     // Replaces all by what a file holds. Of sections with equal names the first alone is kept.
     void load(const next_line& next);
-    void clear() { list_.clear(); }
+    void clear() {
+        list_.clear();
+        by_name_.clear();
+    }
 
     // `deleted` sections count.
     bool exists(std::wstring_view section) const { return find(section) != nullptr; }
@@ -70,7 +87,8 @@ public:
 
     void names(std::vector<std::wstring>& names) const;
 
-    // The edits. The last two answer whether there is now something to write.
+    // The edits, which change nothing if memory runs out. The last two answer whether there is now something
+    // to write.
     void write_value(std::wstring_view section, std::wstring_view key, const std::wstring& value);
     void write_section(std::wstring_view section, const std::vector<std::wstring>& lines);
     bool delete_value(std::wstring_view section, std::wstring_view key);
@@ -78,13 +96,19 @@ public:
 
     // Hands out a copy of all changed sections for a merge and counts everything as written.
     [[nodiscard]] std::list<ini_section> commit();
+    // Takes a commit back that could not be written: what it handed out waits for the next one again, as far
+    // as no later edit has replaced it.
+    void restore(std::list<ini_section> snapshot) noexcept;
 
 private:
     const ini_section* find(std::wstring_view name) const;
     ini_section* find(std::wstring_view name);
     ini_section& find_or_make(std::wstring_view name);
 
+    static void restore(ini_section& target, ini_section& section) noexcept;
+
     std::list<ini_section> list_;
+    first_of_name<ini_section, name_of> by_name_;
 };
 
 } // namespace cl

@@ -66,10 +66,19 @@ std::uint32_t seek_file(file_handle file, std::int64_t offset, std::uint32_t ori
 // Cuts or extends the file to its position.
 std::uint32_t set_end_of_file(file_handle file);
 
+// Sets space aside, so that the file can grow to `size` bytes without the disk getting full; the file keeps
+// its size. What isn't used is free again once the file is cut or closed. error_not_supported where the file
+// system can't do that.
+std::uint32_t reserve_file(file_handle file, std::int64_t size);
+
 std::uint32_t file_size(file_handle file, std::int64_t& size);
 
 // Time of the last write, in units of 100 ns since 1601-01-01 UTC.
 std::uint32_t last_write_time(file_handle file, std::uint64_t& time);
+
+// Makes the present the time of the last write, which closing this handle then doesn't change any more: a
+// system may otherwise set that time as late as when a writer closes.
+std::uint32_t settle_write_time(file_handle file);
 
 // The same moment in local time, with the difference to UTC that holds now, not the one at that moment.
 std::uint32_t to_local_file_time(std::uint64_t utc, std::uint64_t& local);

@@ -279,6 +279,21 @@ std::uint32_t set_end_of_file(file_handle file) {
     return ftruncate(s->fd, lseek(s->fd, 0, SEEK_CUR)) == 0 ? 0 : error_number(errno);
 }
 
+std::uint32_t reserve_file(file_handle file, std::int64_t size) {
+    const open_state* s = state(file);
+    if (!s)
+        return error_invalid_handle;
+    if (!(s->access & access_write))
+        return error_access_denied;
+    int result;
+    do
+        result = size > 0 ? fallocate(s->fd, FALLOC_FL_KEEP_SIZE, 0, size) : 0;
+    while (result != 0 && errno == EINTR);
+    if (result == 0)
+        return 0;
+    return errno == EOPNOTSUPP || errno == ENOSYS ? error_not_supported : error_number(errno);
+}
+
 std::uint32_t file_size(file_handle file, std::int64_t& size) {
     const open_state* s = state(file);
     struct stat info {};
@@ -301,6 +316,11 @@ std::uint32_t last_write_time(file_handle file, std::uint64_t& time) {
     time = static_cast<std::uint64_t>((info.st_mtim.tv_sec + seconds_to_1970) * 10000000 +
                                       info.st_mtim.tv_nsec / 100);
     return 0;
+}
+
+// A write sets the time at once.
+std::uint32_t settle_write_time(file_handle file) {
+    return state(file) ? 0 : error_invalid_handle;
 }
 
 std::uint32_t to_local_file_time(std::uint64_t utc, std::uint64_t& local) {

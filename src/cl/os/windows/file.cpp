@@ -80,6 +80,26 @@ std::uint32_t set_end_of_file(file_handle file) {
     return outcome(SetEndOfFile(raw(file)));
 }
 
+std::uint32_t reserve_file(file_handle file, std::int64_t size) {
+    LARGE_INTEGER now{};
+    if (!GetFileSizeEx(raw(file), &now))
+        return GetLastError();
+    if (size <= now.QuadPart) // it would cut the file
+        return 0;
+    FILE_ALLOCATION_INFO wanted{};
+    wanted.AllocationSize.QuadPart = size;
+    const std::uint32_t error =
+        outcome(SetFileInformationByHandle(raw(file), FileAllocationInfo, &wanted, sizeof wanted));
+    switch (error) {
+    case ERROR_INVALID_FUNCTION:
+    case ERROR_INVALID_PARAMETER:
+    case ERROR_CALL_NOT_IMPLEMENTED:
+        return error_not_supported;
+    default:
+        return error;
+    }
+}
+
 std::uint32_t file_size(file_handle file, std::int64_t& size) {
     LARGE_INTEGER value{};
     const std::uint32_t error = outcome(GetFileSizeEx(raw(file), &value));
@@ -94,6 +114,12 @@ std::uint32_t last_write_time(file_handle file, std::uint64_t& time) {
     if (!error)
         time = join(value);
     return error;
+}
+
+std::uint32_t settle_write_time(file_handle file) {
+    FILETIME now;
+    GetSystemTimeAsFileTime(&now);
+    return outcome(SetFileTime(raw(file), nullptr, nullptr, &now));
 }
 
 std::uint32_t to_local_file_time(std::uint64_t utc, std::uint64_t& local) {
