@@ -14,7 +14,20 @@
 namespace fakes {
 
 // The calls, `any` for all of them. `local_time` is not among them: it touches no disk.
-enum class file_op { any, open, close, read, write, seek, set_end, reserve, size, write_time, remove, rename };
+enum class file_op {
+    any,
+    open,
+    close,
+    read,
+    write,
+    seek,
+    set_end,
+    reserve,
+    size,
+    write_time,
+    remove,
+    rename
+};
 
 struct file_call {
     file_op op;

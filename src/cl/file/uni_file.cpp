@@ -1,5 +1,7 @@
 #include "cl/file/uni_file.hpp"
 
+#include "cl/text/ascii_run.hpp"
+
 #include <algorithm>
 #include <cstring>
 #include <utility>
@@ -194,6 +196,29 @@ bool uni_file::overwrite(uni_file& dst) {
             return false;
     }
     return dst.sync() && dst.move_pointer(size, os::from_start) == size;
+}
+
+bool uni_file::pass_lines(uni_file& dst, char stop) {
+    if (encoding != dst.encoding || encoding > encoding_utf8 || !is_plain() || !dst.is_plain() ||
+        text_flags != skip_bom_at_line_start || low_surrogate || (mode & file_hnd::has_pushback))
+        return true;
+    for (;;) {
+        char* p = read_pos;
+        for (;;) {
+            char* const end = find_plain_end(p, read_end);
+            if (read_end - end < 2 || end[0] != '\r' || end[1] != '\n' || (p != end && *p <= ' ') ||
+                *p == stop)
+                break;
+            p = end + 2;
+        }
+        const std::int64_t n = p - read_pos;
+        if (n > 0 && dst.write(read_pos, n) != n)
+            return false;
+        read_pos = p;
+        // A line that the buffer doesn't hold whole may be there after a refill, unless it fills the buffer.
+        if (read_end - find_plain_end(p, read_end) >= 2 || read_end - p == buf_size || !refill())
+            return true;
+    }
 }
 
 bool uni_file::write_line(const std::wstring& text) {

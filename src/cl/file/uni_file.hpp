@@ -70,6 +70,11 @@ public:
     // call, so that a process that ends in between leaves the old text or the new one. If dst becomes
     // shorter, blanks cover the rest until it is cut.
     bool copy_to(uni_file& dst, bool rewind_both);
+    // Moves the lines from here on to dst that read_line and write_line would move without a change: plain
+    // ASCII, CR LF at the end, no white space in front. Ends before the first other line, and before one that
+    // begins with `stop`. False if dst took less. Does nothing unless both have the same encoding, ANSI or
+    // UTF-8.
+    bool pass_lines(uni_file& dst, char stop);
     // The text and CR LF.
     bool write_line(const std::wstring& text);
 

@@ -386,7 +386,7 @@ bool cached_ini::write_merged(uni_file& source, uni_file& temp, std::list<ini_se
         source.last_error = 0; // its mark may have failed to go out; no read did
     ini_merge merge(
         snapshot, [&temp](const std::wstring& line) { return temp.write_line(line); },
-        source.encoding == encoding_utf8);
+        source.encoding == encoding_utf8, [&source, &temp] { return source.pass_lines(temp, '['); });
     const bool merged = merge([&source](std::wstring& line) { return source.read_line(line); });
     if (source.last_error != 0) { // what it would lose is someone else's
         report_read_error(source.last_error);

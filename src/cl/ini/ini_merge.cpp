@@ -9,7 +9,12 @@ namespace cl {
 bool ini_merge::operator()(const next_line& next) {
     bool first = true;
     std::wstring line;
-    while (next(line)) {
+    const auto next_to_merge = [&] {
+        if (pass_ && !front_ && !skip_)
+            all_written_ = pass_() && all_written_;
+        return next(line);
+    };
+    while (next_to_merge()) {
         if (!line.empty() && line[0] <= L' ')
             trim_left(line);
         if (first && !line.empty() && utf8_mark_)

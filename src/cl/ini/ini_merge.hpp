@@ -5,6 +5,7 @@
 
 #include "cl/ini/ini_sections.hpp"
 
+#include <functional>
 #include <list>
 #include <map>
 #include <string>
@@ -14,9 +15,11 @@ namespace cl {
 class ini_merge {
 public:
     // `snapshot` is what a commit handed out; the merge marks in it what it has met. `utf8_mark` tells that
-    // the source begins with the UTF-8 mark, behind which the first line is kept blank.
-    ini_merge(std::list<ini_section>& snapshot, put_line put, bool utf8_mark)
-        : snapshot_(snapshot), put_(std::move(put)), utf8_mark_(utf8_mark) {}
+    // the source begins with the UTF-8 mark, behind which the first line is kept blank. `pass`, if there is
+    // one, moves lines from here on that are to be copied as they are, as many as it likes, but no header;
+    // false if they could not be written.
+    ini_merge(std::list<ini_section>& snapshot, put_line put, bool utf8_mark, std::function<bool()> pass = {})
+        : snapshot_(snapshot), put_(std::move(put)), pass_(std::move(pass)), utf8_mark_(utf8_mark) {}
 
     // Reads the source to its end and writes the merged text. False if a line could not be written; the rest
     // is written all the same. To be called once.
@@ -33,6 +36,7 @@ private:
 
     std::list<ini_section>& snapshot_;
     put_line put_;
+    std::function<bool()> pass_;
     const bool utf8_mark_;
 
     bool all_written_ = true;

@@ -29,6 +29,23 @@ inline char* find_line_end(char* p, char* end) {
     return p;
 }
 
+// The first CR, LF, zero or byte of 128 and above in [p, end), or end.
+inline char* find_plain_end(char* p, char* end) {
+#if defined(__SSE2__)
+    for (; end - p >= 16; p += 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const __m128i ends = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('\n')),
+                                                       _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\r'))),
+                                          _mm_cmpeq_epi8(bytes, _mm_setzero_si128()));
+        if (const int found = _mm_movemask_epi8(_mm_or_si128(ends, bytes)))
+            return p + std::countr_zero(static_cast<unsigned>(found));
+    }
+#endif
+    while (p<end&& static_cast<signed char>(*p)> 0 && *p != '\n' && *p != '\r')
+        ++p;
+    return p;
+}
+
 // Widens bytes up to the first CR, LF or byte of 128 and above and returns how many. May write all n units.
 inline std::ptrdiff_t widen_ascii_run(const std::uint8_t* p, std::ptrdiff_t n, wchar_t* units) {
     std::ptrdiff_t done = 0;

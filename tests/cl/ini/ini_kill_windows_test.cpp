@@ -10,12 +10,14 @@
 #include <gtest/gtest.h>
 #include <iterator>
 #include <process.h>
+#include <random>
 #include <thread>
 #include <windows.h>
 
 namespace {
 
 constexpr const wchar_t* path_variable = L"VFL_KILL_TEST_PATH";
+constexpr const wchar_t* delay_variable = L"VFL_KILL_TEST_DELAY";
 
 // The texts of the file follow each other with lengths that go up and down.
 std::vector<std::wstring> lines_of(int turn) {
@@ -33,7 +35,7 @@ TEST(ini_killed_process, DISABLED_serve) {
     cl::passive_timer timer("killed");
     cl::cached_ini ini(timer);
     ini.set_file(_wgetenv(path_variable), false);
-    std::thread([delay = std::random_device()() % 60] {
+    std::thread([delay = static_cast<DWORD>(_wtoi(_wgetenv(delay_variable)))] {
         Sleep(delay);
         TerminateProcess(GetCurrentProcess(), 9);
     }).detach();
@@ -48,6 +50,10 @@ TEST(ini_kill, leaves_at_most_a_copy_that_broke_off) {
     wchar_t program[MAX_PATH];
     GetModuleFileNameW(nullptr, program, MAX_PATH);
     for (int kill = 0; kill < 8; ++kill) {
+        // The delays need not be the same in each run, only be known when one fails.
+        const unsigned delay = std::random_device()() % 60;
+        SCOPED_TRACE(testing::Message() << "killed after " << delay << " ms");
+        _wputenv_s(delay_variable, std::to_wstring(delay).c_str());
         std::ofstream(path, std::ios::binary | std::ios::trunc) << text_of(0);
         EXPECT_EQ(_wspawnl(_P_WAIT, program, L"killed", L"--gtest_also_run_disabled_tests",
                            L"--gtest_filter=ini_killed_process.*", nullptr),
