@@ -143,7 +143,7 @@ class Streaming:
 
     def _until(self, stream, enough):
         """Reads until enough(bytes) gives a length; takes that much."""
-        deadline = time.monotonic() + 20
+        deadline = time.monotonic() + 300
         while (length := enough(self.kept[stream])) is None:
             # Both pipes are emptied, or the one that nobody reads would fill up and stop the program.
             ready, _, _ = select.select(list(self.kept), [], [], max(0, deadline - time.monotonic()))
@@ -153,7 +153,7 @@ class Streaming:
                     raise RuntimeError(f"the program ended after {self.kept[stream]!r}")
                 self.kept[s] += data
             if not ready:
-                raise RuntimeError(f"nothing more in 20 s after {self.kept[stream][-200:]!r}")
+                raise RuntimeError(f"nothing more in 300 s after {self.kept[stream][-200:]!r}")
         taken, self.kept[stream] = self.kept[stream][:length], self.kept[stream][length:]
         return taken
 
@@ -173,7 +173,7 @@ class Streaming:
 def sc(*words):
     """The service control tool, for loading and unloading the driver."""
     return subprocess.run([WINE, "sc", *words], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                          stderr=subprocess.DEVNULL, timeout=60).returncode
+                          stderr=subprocess.DEVNULL, timeout=300).returncode
 
 
 def hex_dump(data):

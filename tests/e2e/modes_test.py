@@ -128,7 +128,7 @@ class Modes(unittest.TestCase):
 
         def reg(*words):
             self.assertEqual(subprocess.run([WINE, "reg", *words], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-                                            stderr=subprocess.DEVNULL, timeout=60).returncode, 0)
+                                            stderr=subprocess.DEVNULL, timeout=300).returncode, 0)
 
         use()
         reg("add", key, "/v", "Version", "/d", "winxp64", "/f")

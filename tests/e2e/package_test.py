@@ -72,7 +72,7 @@ class Packages(unittest.TestCase):
         self.assertRegex(service, r'ImagePath +\w+ +"?C:\\Program Files\\Vexa\\VexaFlow\\vfl.exe"? -service')
         # Without the service library the service runs as an empty shell, and says so.
         self.assertEqual(state(), 4)
-        self.assertEqual(log()[-1], "start_service reported an error")
+        wait_for(lambda: (log() or [""])[-1] == "start_service reported an error", "a line that says so")
 
         tool("sc", "stop", "VexaFlowS")
         wait_for(lambda: not processes(), "the end of the process")

@@ -23,7 +23,7 @@ CALLS = [f"start_service_ex{TOKEN} -> 1", f"stop_service_ex{TOKEN} -> 0"]
 
 def tool(*words):
     done = subprocess.run([WINE, *words], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
-                          timeout=60)
+                          timeout=300)
     return done.returncode, done.stdout.decode()
 
 
@@ -46,10 +46,10 @@ def processes():
 
 
 def wait_for(condition, what):
-    deadline = time.monotonic() + 60
+    deadline = time.monotonic() + 300
     while not condition():
         if time.monotonic() > deadline:
-            raise RuntimeError(f"60 s without {what}")
+            raise RuntimeError(f"300 s without {what}")
         time.sleep(0.05)
 
 

@@ -22,7 +22,7 @@ NOT_LOADED = "= 0 Could not load functions from WLANAPI.DLL.\n"
 def wine(*words, text="", library="n"):
     """A run under Wine with the given kind of wlanapi.dll; its exit code and its two streams as one."""
     run = subprocess.run([WINE, *map(str, words)], input=text.encode(), stdout=subprocess.PIPE,
-                         stderr=subprocess.STDOUT, timeout=60, env=environment(library))
+                         stderr=subprocess.STDOUT, timeout=300, env=environment(library))
     return run.returncode, run.stdout.decode("latin-1").replace("\r\n", "\n")
 
 
@@ -161,11 +161,11 @@ class VirtualWifi(unittest.TestCase):
         """What is said when the service is told of it so many times, until done() tells that all has happened."""
         with subprocess.Popen([WINE, str(PROBE), "power", str(event), str(times)], stdin=subprocess.PIPE,
                               stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, env=environment("n")) as run:
-            deadline = time.monotonic() + 30
+            deadline = time.monotonic() + 300
             while not done() and time.monotonic() < deadline:
                 time.sleep(0.05)
             self.assertTrue(done(), log())
-            return sorted(run.communicate(b"", timeout=30)[0].decode().replace("\r\n", "\n").splitlines(True))
+            return sorted(run.communicate(b"", timeout=300)[0].decode().replace("\r\n", "\n").splitlines(True))
 
     def handled(self, event, times, *lines):
         power = {4: ["Power suspend\n"], 18: ["Power resume\n"]}.get(event, [])

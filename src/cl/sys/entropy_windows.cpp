@@ -1,5 +1,5 @@
 // rand_s of the run-time library is declared only on request.
-#define _CRT_RAND_S // NOLINT(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+#define _CRT_RAND_S
 #include <cstdlib>
 
 #include "cl/sys/entropy.hpp"
