@@ -21,8 +21,7 @@ TEST(timer_pass, limits_of_an_interval) {
         timer_handle handle{nullptr};
         const auto call = [] { simulated_timer::now += 7; };
         timer.start(&handle, call, row.interval, timer_once, false);
-        if (row.due != 0)
-            EXPECT_EQ(timer.pass_after(row.due - 1), 1u);
+        EXPECT_TRUE(row.due == 0 || timer.pass_after(row.due - 1) == 1);
         // Deliberate: what a sweep took is taken off the time-out without limit as well.
         EXPECT_EQ(timer.pass_after(row.due != 0), os::no_limit - 7);
         EXPECT_EQ(handle, nullptr);
