@@ -4,6 +4,7 @@
 #include "cl/ini/ini_text.hpp"
 #include "cl/os/file.hpp"
 #include "ctl/commands.hpp"
+#include "ctl/settings_check.hpp"
 #include "product/names.hpp"
 
 #include <vector>
@@ -88,6 +89,25 @@ int change(const std::wstring& path, const arguments& args, output& out) {
     return exit_done;
 }
 
+// What in the file doesn't mean what its author thinks.
+int check(const std::wstring& path, output& out) {
+    cl::os::file_handle file = cl::os::invalid_file;
+    constexpr std::uint32_t share_all = cl::os::share_read | cl::os::share_write | cl::os::share_delete;
+    std::uint32_t error = cl::os::open_file(path.c_str(), {cl::os::access_read, share_all}, file);
+    std::string bytes;
+    char piece[4096];
+    for (std::uint32_t count = 1; error == 0 && count != 0; bytes.append(piece, count))
+        error = cl::os::read_file(file, piece, sizeof piece, count);
+    if (file != cl::os::invalid_file)
+        cl::os::close_file(file);
+    if (error != 0)
+        return fail_to_open(out, path, error);
+    const std::vector<std::wstring> findings = check_settings(bytes);
+    for (const std::wstring& finding : findings)
+        out.put(stream::out, shown(finding) + L"\n");
+    return findings.empty() ? exit_done : exit_failed;
+}
+
 bool has_break(std::wstring_view text) {
     return text.find_first_of(L"\r\n\t\v\f") != text.npos || text.find(L'\0') != text.npos;
 }
@@ -134,7 +154,8 @@ int run_ini_on(const std::wstring& path, const arguments& args, output& out) {
     static constexpr form forms[] = {{L"list", 1, 2, L"ini list [SECTION]"},
                                      {L"get", 3, 3, L"ini get SECTION KEY"},
                                      {L"set", 4, 4, L"ini set SECTION KEY VALUE"},
-                                     {L"unset", 3, 3, L"ini unset SECTION KEY"}};
+                                     {L"unset", 3, 3, L"ini unset SECTION KEY"},
+                                     {L"check", 1, 1, L"ini check"}};
     const form* asked = nullptr;
     for (const form& f : forms)
         if (f.verb == args.words[0])
@@ -145,6 +166,8 @@ int run_ini_on(const std::wstring& path, const arguments& args, output& out) {
     if (args.words.size() < asked->least || args.words.size() > asked->most)
         return fail(out, L"it is: vflctl " + std::wstring(asked->usage) + L". See vflctl ini --help",
                     exit_usage);
+    if (asked->verb == L"check")
+        return check(path, out);
     if (asked->least > 2 && asked->verb != L"get")
         return change(path, args, out);
 

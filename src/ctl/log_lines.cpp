@@ -1,6 +1,6 @@
 #include "ctl/log_lines.hpp"
 
-#include "cl/format/format.hpp"
+#include "cl/format/text.hpp"
 #include "cl/text/encodings.hpp"
 #include "cl/text/text_convert.hpp"
 
@@ -173,18 +173,15 @@ std::wstring line_text(std::string_view bytes) {
 
 std::wstring day_text(std::int64_t day) {
     const std::chrono::year_month_day date{std::chrono::sys_days{std::chrono::days{day}}};
-    return (cl::basic_format<wchar_t>(L"%04?-%02?-%02?")
-            << static_cast<int>(date.year()) << static_cast<unsigned>(date.month())
-            << static_cast<unsigned>(date.day()))
-        .str();
+    return cl::text(L"%04?-%02?-%02?", static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
+                    static_cast<unsigned>(date.day()));
 }
 
 std::wstring time_text(local_ms time) {
     const std::int64_t day = day_nearest(time, static_cast<std::int32_t>(day_ms / 2));
     const auto ms = static_cast<std::uint32_t>(time - day * day_ms);
-    return day_text(day) + (cl::basic_format<wchar_t>(L" %02?:%02?:%02?.%03?")
-                            << ms / 3'600'000 << ms / 60'000 % 60 << ms / 1000 % 60 << ms % 1000)
-                               .str();
+    return day_text(day) +
+           cl::text(L" %02?:%02?:%02?.%03?", ms / 3'600'000, ms / 60'000 % 60, ms / 1000 % 60, ms % 1000);
 }
 
 namespace {

@@ -1,6 +1,6 @@
 #include "ctl/log_selection.hpp"
 
-#include "cl/format/format.hpp"
+#include "cl/format/text.hpp"
 #include "ctl/json_text.hpp"
 #include "ctl/output.hpp"
 
@@ -140,9 +140,7 @@ std::wstring iso_time(local_ms time, int offset_minutes) {
     std::wstring text = time_text(time);
     text[10] = L'T';
     const int size = std::abs(offset_minutes);
-    return text + (cl::basic_format<wchar_t>(L"%?%02?:%02?")
-                   << (offset_minutes < 0 ? L"-" : L"+") << size / 60 << size % 60)
-                      .str();
+    return text + cl::text(L"%?%02?:%02?", offset_minutes < 0 ? L"-" : L"+", size / 60, size % 60);
 }
 
 std::string json_line(const log_text& log, const log_line& line, const utc_offset& offset) {

@@ -14,10 +14,8 @@ struct entry {
 };
 
 constexpr entry entries[] = {
-    {L"explain", run_explain},
-    {L"ini", run_ini},
-    {L"log", run_log},
-    {L"service", run_service},
+    {L"doctor", run_doctor}, {L"explain", run_explain}, {L"ini", run_ini},
+    {L"log", run_log},       {L"service", run_service},
 };
 
 int run(const std::vector<std::wstring_view>& words, standard_output& out) {

@@ -1,6 +1,6 @@
 #include "ctl/service_command.hpp"
 
-#include "cl/format/format.hpp"
+#include "cl/format/text.hpp"
 #include "ctl/commands.hpp"
 #include "ctl/json_text.hpp"
 #include "product/names.hpp"
@@ -54,7 +54,7 @@ std::wstring refusal(std::uint32_t error) {
 }
 
 std::wstring seconds_text(std::uint32_t ms) {
-    return (cl::basic_format<wchar_t>(L"%?.%? s") << ms / 1000 << ms / 100 % 10).str();
+    return cl::text(L"%?.%? s", ms / 1000, ms / 100 % 10);
 }
 
 class command {
