@@ -1,6 +1,7 @@
 // A function of the service library that is needed for the length of a call.
 #pragma once
 
+#include "cl/format/text.hpp"
 #include "cl/sys/library_table.hpp"
 #include "host/host_state.hpp"
 
@@ -40,6 +41,6 @@ private:
 const char* load_failure_text(std::uint32_t error);
 
 // Writes `format` with dll_path to trace_out, and the reason to the log.
-void say_not_loaded(const wchar_t* format, std::uint32_t error);
+void say_not_loaded(cl::checked_format<wchar_t, 1> format, std::uint32_t error);
 
 } // namespace vfl

@@ -1,10 +1,9 @@
 #include "host/modes.hpp"
 
-#include "cl/format/format.hpp"
 #include "cl/log/trace_set_up.hpp"
 #include "cl/os/message_box.hpp"
 #include "cl/sys/os_info.hpp"
-#include "cl/trace/trace_list.hpp"
+#include "cl/trace/say.hpp"
 #include "contracts/service_library.h"
 #include "host/configuration.hpp"
 #include "host/host_state.hpp"
@@ -28,7 +27,7 @@ int run_service_mode() {
     configure_host();
     const failure error = run_dispatcher(service_main);
     if (error)
-        cl::trace_out((cl::basic_format<char>("StartServiceCtrlDispatcher error %?\n") << *error).str());
+        cl::say(cl::trace_out, "StartServiceCtrlDispatcher error %?\n", *error);
     // Here and never in the handler, and on every path.
     stop_service();
     return error ? 1 : 0;
@@ -37,17 +36,17 @@ int run_service_mode() {
 int run_win32() {
     if (!is_admin()) {
         // Before the box, which nobody may see.
-        cl::trace_err(std::string("You need admin rights for -win32 mode\n"));
+        cl::say(cl::trace_err, "You need admin rights for -win32 mode\n");
         cl::os::message_box("You need admin rights for -win32 mode", "vfl.exe", 0);
         return 1;
     }
     configure_host();
     user_end end;
     if (!start_service())
-        cl::trace_out(std::string("start_service reported an error\n"));
-    cl::trace_out(std::wstring(L"press key to exit "));
+        cl::say(cl::trace_out, "start_service reported an error\n");
+    cl::say(cl::trace_out, L"press key to exit ");
     end.wait();
-    cl::trace_out(std::string("\n"));
+    cl::say(cl::trace_out, "\n");
     stop_service();
     // At the end of a session nothing is certain to run after this.
     cl::trace_file.flush(true);
@@ -85,7 +84,7 @@ int run_install_driver() {
         install.call(install_dir.c_str(), (data_dir + log_file_name).c_str(), VFL_CALL_TOKEN);
     uninitialize_com();
     // Deliberate: a failed installation that could be called is no failure of the program.
-    cl::trace_out((cl::basic_format<char>("Driver installation finished with code %u\n") << code).str());
+    cl::say(cl::trace_out, "Driver installation finished with code %u\n", code);
     return 0;
 }
 
@@ -98,7 +97,7 @@ int run_uninstall_driver() {
     initialize_com();
     const std::uint32_t code = uninstall.call((data_dir + log_file_name).c_str(), VFL_CALL_TOKEN);
     uninitialize_com();
-    cl::trace_out((cl::basic_format<char>("Driver uninstallation finished with code %u\n") << code).str());
+    cl::say(cl::trace_out, "Driver uninstallation finished with code %u\n", code);
     return 0;
 }
 
@@ -106,7 +105,7 @@ int run_uninstall_driver() {
 
 bool prepare_host() {
     if (cl::os_info.version < windows_7) {
-        cl::trace_out(std::string("Operating system not supported."));
+        cl::say(cl::trace_out, "Operating system not supported.");
         return false;
     }
     read_install_dir(product_word, install_dir); // a failure leaves it empty

@@ -1,8 +1,7 @@
 #include "host/service.hpp"
 
-#include "cl/format/format.hpp"
 #include "cl/os/mutex.hpp"
-#include "cl/trace/trace_list.hpp"
+#include "cl/trace/say.hpp"
 #include "cl/wifi/virtual_wifi_supervisor.hpp"
 #include "host/service_answer.hpp"
 #include "host/service_manager.hpp"
@@ -47,10 +46,6 @@ constinit reported_state reported;
 // What the handler keeps from one control to the next.
 constinit std::atomic<std::uint32_t> session_state{0}, session_id{0};
 
-void say_error(const char* format, std::uint32_t error) {
-    cl::trace_out((cl::basic_format<char>(format) << error).str());
-}
-
 // The second field of a session notification.
 std::uint32_t notified_session(const void* event_data) {
     std::uint32_t id = 0;
@@ -62,19 +57,19 @@ std::uint32_t notified_session(const void* event_data) {
 } // namespace
 
 void service_main() {
-    cl::trace_out(std::string("srv: service_start\n"));
+    cl::say(cl::trace_out, "srv: service_start\n");
     reported.begin();
     if (const failure error = register_handler(service_control_handler)) {
-        say_error("RegisterServiceCtrlHandlerEx error %?\n", *error);
+        cl::say(cl::trace_out, "RegisterServiceCtrlHandlerEx error %?\n", *error);
         return;
     }
     if (const failure error = reported.change(service_start_pending))
-        say_error("1: SetServiceStatus error %?\n", *error);
+        cl::say(cl::trace_out, "1: SetServiceStatus error %?\n", *error);
     if (!start_service())
-        cl::trace_out(std::string("start_service reported an error\n"));
+        cl::say(cl::trace_out, "start_service reported an error\n");
     // Also after a failed start, deliberately: the service stays up as an empty shell.
     if (const failure error = reported.change(service_running))
-        say_error("2: SetServiceStatus error %?\n", *error);
+        cl::say(cl::trace_out, "2: SetServiceStatus error %?\n", *error);
 }
 
 std::uint32_t service_control_handler(std::uint32_t control, std::uint32_t event_type, void* event_data,
@@ -90,7 +85,7 @@ std::uint32_t service_control_handler(std::uint32_t control, std::uint32_t event
     session_state = answer.session.state;
     if (answer.query_token) {
         if (const failure error = query_user_token(answer.session.id))
-            say_error("srv: WTSQueryUserToken error %?\n", *error);
+            cl::say(cl::trace_out, "srv: WTSQueryUserToken error %?\n", *error);
         else
             session_state = 0;
     }
@@ -100,7 +95,7 @@ std::uint32_t service_control_handler(std::uint32_t control, std::uint32_t event
 }
 
 void power_event(bool resume) {
-    cl::trace_out(std::string(resume ? "Power resume\n" : "Power suspend\n"));
+    trace_write(&cl::trace_out, resume ? "Power resume\n" : "Power suspend\n");
     if (resume)
         cl::start_virtual_wifi_supervisor();
 }

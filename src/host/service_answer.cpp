@@ -1,6 +1,7 @@
 #include "host/service_answer.hpp"
 
-#include "cl/format/format.hpp"
+#include "cl/format/text.hpp"
+#include "cl/os/error.hpp"
 
 namespace vfl {
 
@@ -12,7 +13,7 @@ constexpr std::uint32_t power_suspend = 4, power_resume_automatic = 18;
 constexpr std::uint32_t session_console_connect = 1, session_unlock = 8;
 
 void answer_power_event(service_answer& answer, std::uint32_t event) {
-    answer.lines.push_back((cl::basic_format<char>("SERVICE_CONTROL_POWEREVENT %?\n") << event).str());
+    answer.lines.push_back(cl::text("SERVICE_CONTROL_POWEREVENT %?\n", event));
     // A resume that a user caused (7) follows an automatic one and is deliberately not acted on.
     if (event == power_resume_automatic)
         answer.power = power_action::resume;
@@ -21,11 +22,10 @@ void answer_power_event(service_answer& answer, std::uint32_t event) {
 }
 
 void answer_session_change(service_answer& answer, std::uint32_t event, std::uint32_t session_id) {
-    answer.lines.push_back(
-        (cl::basic_format<char>("srv: session change: %?\n") << session_event_text(event, 0)).str());
+    answer.lines.push_back(cl::text("srv: session change: %?\n", session_event_text(event, 0)));
     if (event == session_console_connect) {
         answer.session = {1, session_id};
-        answer.lines.push_back((cl::basic_format<char>("srv: session id %?\n") << session_id).str());
+        answer.lines.push_back(cl::text("srv: session id %?\n", session_id));
     } else if (event == session_unlock && answer.session.state == 1) {
         answer.query_token = true;
     } else {
@@ -39,7 +39,7 @@ service_answer answer_control(std::uint32_t control, std::uint32_t event_type, s
                               const session_memory& session) {
     service_answer answer;
     answer.session = session;
-    answer.lines.push_back((cl::basic_format<char>("srv: HandlerEx 0x%x\n") << control).str());
+    answer.lines.push_back(cl::text("srv: HandlerEx 0x%x\n", control));
     switch (control) {
     case control_stop:
         // The teardown runs in `main`, after the dispatcher has returned.
@@ -54,8 +54,8 @@ service_answer answer_control(std::uint32_t control, std::uint32_t event_type, s
         answer_session_change(answer, event_type, session_id);
         break;
     default:
-        answer.lines.push_back((cl::basic_format<char>("unknown service control %?\n") << control).str());
-        answer.result = error_call_not_implemented;
+        answer.lines.push_back(cl::text("unknown service control %?\n", control));
+        answer.result = cl::os::error_call_not_implemented;
     }
     return answer;
 }
@@ -67,7 +67,7 @@ std::string session_event_text(std::int64_t event, std::int64_t extra) {
     };
     if (event >= 1 && event <= 8)
         return texts[event - 1];
-    return (cl::basic_format<char>("unknown (%? %x)") << event << extra).str();
+    return cl::text("unknown (%? %x)", event, extra);
 }
 
 } // namespace vfl

@@ -10,7 +10,6 @@ namespace vfl {
 
 inline constexpr std::uint32_t service_stopped = 1, service_start_pending = 2, service_running = 4;
 inline constexpr std::uint32_t control_session_change = 14;
-inline constexpr std::uint32_t error_call_not_implemented = 120;
 
 // What the handler keeps from one control to the next.
 struct session_memory {

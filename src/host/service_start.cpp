@@ -2,7 +2,7 @@
 
 #include "cl/log/trace_set_up.hpp"
 #include "cl/sys/dynamic_entry.hpp"
-#include "cl/trace/trace_list.hpp"
+#include "cl/trace/say.hpp"
 #include "contracts/service_library.h"
 #include "host/host_state.hpp"
 #include "host/library_function.hpp"
@@ -25,7 +25,7 @@ void replace_start_binding(cl::dynamic_entry* next) {
 } // namespace
 
 bool start_service() {
-    cl::trace_out(std::string("start_service()\n"));
+    cl::say(cl::trace_out, "start_service()\n");
     if (game_analyzer_requested) {
         const library_function<vfl_set_game_analyzer> set_analyzer(VFL_SET_GAME_ANALYZER);
         if (set_analyzer)
@@ -47,7 +47,7 @@ bool start_service() {
 }
 
 void stop_service() {
-    cl::trace_out(std::string("stop_service()\n"));
+    cl::say(cl::trace_out, "stop_service()\n");
     cl::trace_file.flush(true);
     {
         const library_function<vfl_stop_service_ex> stop(VFL_STOP_SERVICE);

@@ -64,20 +64,6 @@ class Modes(unittest.TestCase):
                 use(settings=settings)
                 self.check(path + arguments, code, out, wanted)
 
-    def test_exports_that_are_missing(self):
-        rows = [
-            (" -tcpview", "dump_connections", 0, "Unable to load"),
-            (" -calib 1", "calibrate_burst", 0, "Unable to load"),
-            (" -calibfile 1", "calibrate_file", 0, "Unable to load"),
-            (" -install_driver", "install_driver_ex", 1, "unable to load install func from"),
-            (" -uninstall_driver", "uninstall_driver_ex", 1, "unable to load uninstall func from"),
-        ]
-        for arguments, export, code, text in rows:
-            with self.subTest(arguments):
-                use(f"without/{export}")
-                self.check(f'{arguments} -dllpath "{DLL}"', code, f"{text} {DLL}\r\n", [])
-                self.check(arguments, code, f"{text} flowsrv.dll\r\n", [])  # in the system folders only
-
     def test_library_path(self):
         use()
         called = ["dump_connections -> 0"]
@@ -85,7 +71,9 @@ class Modes(unittest.TestCase):
                                            f'-dllpath "{DLL}" -tcpview -dllpath'), 1):
             with self.subTest(arguments):
                 self.check(" " + arguments, 0, "", called * count)
+        # A bare name is looked for in the system folders only.
         self.check(" -tcpview -dllpath", 0, "Unable to load flowsrv.dll\r\n", called * 3)
+        self.check(" -uninstall_driver", 1, "unable to load uninstall func from flowsrv.dll\r\n", called * 3)
         self.check(' -tcpview -dllpath ""', 0, "Unable to load \r\n", called * 3)
 
     def test_ends_at_a_console(self):

@@ -169,12 +169,8 @@ class Service(unittest.TestCase):
                 self.assertEqual(state(), 1)
 
     def test_settings_of_the_log(self):
-        whole = STARTED + STOPPED
         rows = [
-            ("on", "[param]\ntrace=2\n", whole, None),
             ("off", "[param]\ntrace=0\n", None, None),
-            ("a letter", "[param]\ntrace=on\n", None, None),
-            ("empty", "[param]\ntrace=\n", None, None),
             # Each flush leaves the log above its limit, so the last one is the old generation.
             ("limit", "[param]\nmax_trace_size=1\n", None, [STOPPED[1]]),
         ]
@@ -188,19 +184,6 @@ class Service(unittest.TestCase):
                 if old:
                     self.assertEqual(log("trace_old.txt")[-1:], old)
                 self.assertEqual((DATA / "global.ini").read_text(), settings)
-
-    def test_rotation_at_the_start(self):
-        for size, rotated in ((0x9F0000 - 1, False), (0x9F0000, True)):
-            with self.subTest(size=size):
-                self.setUp()
-                self.settings("")
-                (DATA / "trace.txt").write_bytes(b"x" * size)
-                self.start()
-                self.stop()
-                self.assertEqual((DATA / "trace_old.txt").exists(), rotated)
-                if rotated:
-                    self.assertEqual((DATA / "trace_old.txt").stat().st_size, size)
-                    self.assertEqual(log(), STARTED + STOPPED)
 
     def test_from_a_console(self):
         run = Run(" -SERVICE", exe=HOME / "vfl.exe")

@@ -11,7 +11,6 @@ namespace fakes {
 
 struct console {
     bool out_is_console = true, err_is_console = true;
-    bool has_reader = true; // of the streams that are none
     bool has_screen = true; // whether screen and console calls work
     cl::os::screen_info screen{};
     std::wstring written;                       // what went to the console, whichever handle it came by

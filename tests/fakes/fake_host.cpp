@@ -137,7 +137,7 @@ void host::reset() {
 std::string host::log() const {
     std::string all;
     for (const std::string& call : calls)
-        all += call + "\n";
+        all += (all.empty() ? "" : ", ") + call;
     return all;
 }
 
@@ -212,13 +212,13 @@ bool is_admin() {
 }
 
 user_end::user_end() {
-    note("user's end held back");
+    note("end held back");
 }
 user_end::~user_end() {
-    note("user's end done");
+    note("end done");
 }
 void user_end::wait() {
-    note("user's end");
+    note("end");
 }
 void initialize_com() {
     note("COM on");

@@ -38,7 +38,7 @@ struct host {
     static host& instance();
     static void reset();
 
-    // The noted calls, each on a line.
+    // The noted calls, parted by ", ".
     [[nodiscard]] std::string log() const;
 };
 

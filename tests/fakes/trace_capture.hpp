@@ -22,14 +22,18 @@ struct recording_trace final : cl::trace_base {
 };
 
 struct trace_capture {
-    recording_trace out, err, log;
+    recording_trace out, err, log, all;
 
     trace_capture() {
+        for (cl::trace_list* list : {&cl::trace_out, &cl::trace_err, &cl::trace_log})
+            cl::trace_add(list, &all);
         cl::trace_add(&cl::trace_out, &out);
         cl::trace_add(&cl::trace_err, &err);
         cl::trace_add(&cl::trace_log, &log);
     }
     ~trace_capture() {
+        for (cl::trace_list* list : {&cl::trace_out, &cl::trace_err, &cl::trace_log})
+            cl::trace_remove(list, &all);
         cl::trace_remove(&cl::trace_out, &out);
         cl::trace_remove(&cl::trace_err, &err);
         cl::trace_remove(&cl::trace_log, &log);

@@ -9,32 +9,26 @@
 #include <string>
 #include <string_view>
 #include <thread>
-#include <vector>
 #include <windows.h>
 
 namespace {
 
 constexpr int exit_code = 7;
 
-void say(char writer, int number) {
-    trace_write(&cl::trace_log, (std::string(1, writer) + " " + std::to_string(number) + "\n").c_str());
-}
-
-void say(char writer, int from, int to) {
+void say(char writer, int from, int to, const std::string& more = {}) {
     for (int i = from; i != to; ++i)
-        say(writer, i);
+        cl::trace_log(std::string(1, writer) + " " + std::to_string(i) + more + "\n");
 }
 
-// Threads that write until the process is gone, no faster than the disk; returns when each has written
-// something.
+// Threads that write until the process is gone, no faster than the disk; returns when each has begun.
 void start_writers() {
     static std::atomic<int> ready{0};
     for (const char writer : {'b', 'c', 'd'})
         std::thread([writer] {
-            say(writer, 0);
-            ++ready;
-            for (int i = 1;; i += 20) {
+            for (int i = 0;; i += 20) {
                 say(writer, i, i + 20);
+                if (i == 0)
+                    ++ready;
                 Sleep(1);
             }
         }).detach();
@@ -48,44 +42,30 @@ int wmain(int argc, wchar_t** argv) {
     if (argc != 3)
         return 2;
     const std::wstring_view way = argv[1];
-    const std::wstring folder = argv[2];
+    const std::wstring folder = std::wstring(argv[2]) + L"\\", log = folder + L"trace.txt";
     say('a', 0, 10); // without a path yet
     if (way == L"without_path")
         return exit_code;
     if (way == L"during_flush") {
         // A ring with more than one write of the file can take quickly, and a thread that writes it.
-        const std::string large(1 << 14, '.');
-        for (int i = 0; i != 512; ++i)
-            cl::trace_log("a " + std::to_string(10 + i) + large + "\n");
-        cl::trace_file.set_path(folder + L"trace.txt");
-        std::atomic<bool> begun{false};
-        std::thread([&begun] {
-            begun = true;
-            cl::trace_file.flush(true);
-        }).detach();
-        while (!begun || GetFileAttributesW((folder + L"trace.txt").c_str()) == INVALID_FILE_ATTRIBUTES)
+        say('a', 10, 522, std::string(1 << 14, '.'));
+        cl::trace_file.set_path(log);
+        std::thread([] { cl::trace_file.flush(true); }).detach();
+        while (GetFileAttributesW(log.c_str()) == INVALID_FILE_ATTRIBUTES)
             Sleep(0);
         return exit_code;
     }
-    cl::trace_file.set_path(folder + L"trace.txt");
+    cl::trace_file.set_path(log);
+    say('a', 10, 1000);
     if (way == L"return") {
-        say('a', 10, 1000);
         cl::global_ini.set_file(folder + L"global.ini", false);
         cl::global_ini.write_value(L"param", L"last", L"unwritten", false);
-        return exit_code;
-    }
-    if (way == L"exit_elsewhere") {
-        say('a', 10, 1000);
+    } else if (way == L"exit_elsewhere") {
         std::thread([] { std::exit(exit_code); }).detach();
         Sleep(INFINITE);
-    }
-    if (way == L"among_writers") {
+    } else if (way == L"among_writers") {
         start_writers();
-        say('a', 10, 1000);
-        return exit_code;
-    }
-    if (way == L"terminated" || way == L"exit_process") {
-        say('a', 10, 1000);
+    } else {
         cl::trace_file.flush(true);
         start_writers();
         say('a', 1000, 1010);
@@ -93,5 +73,5 @@ int wmain(int argc, wchar_t** argv) {
             TerminateProcess(GetCurrentProcess(), exit_code);
         ExitProcess(exit_code);
     }
-    return 2;
+    return exit_code;
 }

@@ -21,5 +21,8 @@ static_assert(error_filename_too_long == ERROR_FILENAME_EXCED_RANGE &&
               error_remote_session_limit == ERROR_REMOTE_SESSION_LIMIT_EXCEEDED &&
               error_bad_configuration == ERROR_BAD_CONFIGURATION &&
               error_invalid_state == ERROR_INVALID_STATE);
+static_assert(error_module_not_found == ERROR_MOD_NOT_FOUND &&
+              error_function_not_found == ERROR_PROC_NOT_FOUND && error_bad_image == ERROR_BAD_EXE_FORMAT &&
+              error_library_start_failed == ERROR_DLL_INIT_FAILED);
 
 } // namespace cl::os
