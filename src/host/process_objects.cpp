@@ -193,6 +193,8 @@ struct exit_hook {
     exit_hook() = default;
     ~exit_hook() {
         cl::libraries.begin_end();
+        if (slow.object.worker_lost())
+            debugger_sink.give_up_dead_lock();
         cl::trace_file.finish();
         slow.object.flush_sweep(5000);
     }

@@ -5,7 +5,7 @@
 namespace cl {
 
 debug_trace::~debug_trace() {
-    debug_trace::flush(false);
+    flush_at_end();
 }
 
 void debug_trace::emit(const char* text) {

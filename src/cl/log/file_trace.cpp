@@ -1,39 +1,65 @@
 #include "cl/log/file_trace.hpp"
 
 #include "cl/os/clock.hpp"
-#include "cl/os/file.hpp"
 #include "cl/os/sync.hpp"
 
-#include <algorithm>
-#include <cstring>
-#include <string_view>
+#include <utility>
 
 namespace cl {
 
 namespace {
 
-// Flags of file_hnd::open: create, write, binary; and past the system's cache.
-constexpr std::uint32_t log_open_flags = 0x8101;
-constexpr std::uint32_t write_through_flag = 0x10000;
-// Other programs may read the log while a flush has it open, and not write it.
-constexpr std::uint32_t share_reading = 32;
-
-// How long a text may wait in the ring, after a flush that left something, and while the file can't be
-// opened.
+// How long a text may wait in the ring, after a flush that left something, and after one that failed.
 constexpr std::uint32_t write_delay_ms = 1001;
 constexpr std::uint32_t again_delay_ms = 1;
 constexpr std::uint32_t retry_delay_ms = 1000;
 
 // At the end of the process another thread's flush is waited for as long as the timer's worker would be.
-constexpr int end_wait_ms = 5000;
-
-// Stands for the `ready` of a timer where there is none.
-constinit const std::atomic<bool> no_host{false};
+constexpr std::uint32_t end_wait_ms = 5000;
 
 } // namespace
 
-file_trace::file_trace(passive_timer* host)
-    : open_flags(log_open_flags), timer_host(host), host_ready(host ? &host->ready : &no_host) {}
+// One thread's work on the file: sets `busy` and gives up the lock; at the end closes the file, takes the
+// lock again and clears `busy`.
+class file_trace::file_section {
+public:
+    file_section(file_trace& owner, mutex_auto& held) : trace(owner), guard(held), files(owner.files) {
+        trace.busy = true;
+        guard.unlock();
+    }
+    ~file_section() {
+        file.close();
+        guard.lock();
+        if (opened)
+            trace.file_size = size;
+        trace.busy = false;
+    }
+    file_section(const file_section&) = delete;
+    file_section& operator=(const file_section&) = delete;
+
+    bool open() { return opened = files->open(file); }
+    void measure() { size = static_cast<std::uint64_t>(file.size()); }
+    void rotate() {
+        if (!files->can_rotate())
+            return;
+        guard.lock();
+        trace.lines.make_stamp(); // for an on_open that writes a header
+        guard.unlock();
+        files->rotate(file);
+    }
+
+private:
+    file_trace& trace;
+    mutex_auto& guard;
+    bool opened = false;
+
+public:
+    const std::shared_ptr<const log_files> files;
+    file_hnd file;
+    std::uint64_t size = 0;
+};
+
+file_trace::file_trace(passive_timer* host) : timer_host(host) {}
 
 file_trace::~file_trace() {
     shut_down();
@@ -44,11 +70,13 @@ file_trace::~file_trace() {
 // Changes the names for the flushes that begin from now on.
 template <class Change>
 void file_trace::change_files(Change change) {
-    mutex_auto guard(lock, true);
-    auto names = files ? std::make_shared<log_files>(*files) : std::make_shared<log_files>();
-    change(*names);
-    has_path = !names->path.empty();
-    files = std::move(names);
+    const mutex_auto guard(lock, true);
+    auto changed = files ? std::make_shared<log_files>(*files) : std::make_shared<log_files>();
+    change(*changed);
+    has_path = !changed->path.empty();
+    write_through = changed->write_through;
+    failed = false;
+    files = std::move(changed);
 }
 
 void file_trace::set_path(const std::wstring& new_path) {
@@ -57,44 +85,41 @@ void file_trace::set_path(const std::wstring& new_path) {
 
 void file_trace::set_old_path(const std::wstring& new_old_path, std::uint64_t max_file_size) {
     change_files([&](log_files& f) {
-        f.old_path = new_old_path;
-        f.max_file_size = max_file_size;
+        f.set_old_path(new_old_path);
+        f.max_size = max_file_size;
     });
 }
 
-void file_trace::set_buffer(std::int32_t min, std::int32_t max, std::int32_t new_flush_at, bool apply) {
-    mutex_auto guard(lock, true);
-    min_size = min;
-    max_size = max;
-    flush_at = new_flush_at;
-    if (!apply)
-        return;
-    if (ring.buf_size < min && !busy)
-        grow(guard);
-    if (ring.buf_size <= max || ring.buf_size <= min_size || busy || ring.used > 0)
-        return;
-    guard.unlock();
-    char* memory = trace_ring::allocate(min);
-    guard.lock();
-    if (!busy && ring.used < 1) {
-        char* const old = ring.take();
-        ring.buf_size = memory ? min : 0;
-        ring.buf = std::exchange(memory, old);
-    }
-    guard.unlock();
-    trace_ring::release(memory);
+void file_trace::set_write_through(bool on) {
+    change_files([&](log_files& f) { f.write_through = on; });
 }
 
 void file_trace::set_stamps(bool time, bool ms) {
     const mutex_auto guard(lock, true);
-    with_time = time;
-    with_ms = ms;
-    stamp.forget();
+    lines.set_stamps(time, ms);
 }
 
-void file_trace::set_write_through(bool on) {
-    const mutex_auto guard(lock, true);
-    open_flags = on ? open_flags | write_through_flag : open_flags & ~write_through_flag;
+void file_trace::set_buffer(std::int32_t min, std::int32_t max, std::int32_t new_flush_at, bool apply) {
+    mutex_auto guard(lock, true);
+    lines.set_limits(min, max);
+    off = max == 0;
+    flush_at = new_flush_at;
+    if (!apply)
+        return;
+    if (lines.is_small())
+        grow(guard, 0);
+    const auto is_too_large = [&] {
+        return lines.size() > max && lines.size() > min && !busy && !lines.has_output();
+    };
+    if (!is_too_large())
+        return;
+    guard.unlock();
+    char* memory = trace_ring::allocate(min);
+    guard.lock();
+    if (is_too_large())
+        memory = lines.shrink(memory);
+    guard.unlock();
+    trace_ring::release(memory);
 }
 
 void file_trace::discard(bool force) {
@@ -105,227 +130,168 @@ void file_trace::discard(bool force) {
         os::sleep_ms(1);
         guard.lock();
     }
-    if (busy || (ring.used > 0 && !force))
+    if (busy || (lines.has_output() && !force))
         return;
-    char* const memory = ring.take();
+    char* const memory = lines.take();
     guard.unlock();
     trace_ring::release(memory);
 }
 
-// ---- the ring
+// ---- text
 
-void file_trace::make_stamp() {
-    if (with_time)
-        stamp.make(os::now_local(), with_ms);
-    else
-        stamp.make();
+// A timer whose worker could not be started takes entries, and never calls them.
+inline bool file_trace::host_runs() const {
+    return timer_host && timer_host->ready.load(std::memory_order_relaxed) && timer_host->is_running();
 }
 
-// A line, or a piece of one.
-inline void file_trace::append_line(std::string_view body, line_end ending) {
-    if (char* const start = ring.reserve(line_stamp::size + body.size() + 2)) {
-        char* p = at_line_start ? stamp.copy_to(start) : start;
-        std::memcpy(p, body.data(), body.size());
-        p += body.size();
-        if (ending == line_end::crlf)
-            *p++ = '\r';
-        if (ending != line_end::none)
-            *p++ = '\n';
-        ring.append_reserved(static_cast<std::int32_t>(p - start));
-    } else {
-        if (at_line_start)
-            ring.append(stamp.text());
-        ring.append(body);
-        ring.append(std::string_view("\r\n").substr(2 - static_cast<std::size_t>(ending)));
-    }
-    at_line_start = ending != line_end::none;
-}
-
-// How the line that ends at a line feed of the text ends in the log.
-inline file_trace::line_end file_trace::ending_of(const char* text, const char* feed) const {
-    return crlf && (feed == text || feed[-1] != '\r') ? line_end::crlf : line_end::lf;
-}
-
-// `feed` is the first line feed of the text, or null.
-void file_trace::append_lines(std::string_view text, const char* feed) {
-    if (!with_time && !crlf) {
-        ring.append(text);
-        return;
-    }
-    if (text.empty())
-        return;
-    make_stamp();
-    const char* const end = text.data() + text.size();
-    const char* p = text.data();
-    while (feed) {
-        append_line({p, feed}, ending_of(text.data(), feed));
-        p = feed + 1;
-        if (p == end)
-            return;
-        feed = static_cast<const char*>(std::memchr(p, '\n', static_cast<std::size_t>(end - p)));
-    }
-    append_line({p, end}, line_end::none);
-}
-
-// Whether n more bytes leave an eighth of the ring free.
-inline bool file_trace::is_roomy(std::int64_t n) const {
-    return (ring.used + n) * 8 < std::int64_t{ring.buf_size} * 7 && ring.buf_size >= min_size;
-}
-
-bool file_trace::can_grow() const {
-    return ring.buf_size < max_size && !busy;
-}
-
-void file_trace::grow(mutex_auto& guard) {
-    const std::int32_t size = ring.grown_size(min_size, max_size);
-    guard.unlock();
-    char* memory = trace_ring::allocate(size);
-    guard.lock();
-    // A flush may have begun, or another thread may have made the ring as large.
-    if (memory && !busy && size > ring.buf_size)
-        memory = ring.replace(memory, size);
-    guard.unlock();
-    trace_ring::release(memory);
-    guard.lock();
-}
-
-// Makes room for n more bytes, and says so in the log if text was lost. False if the new text must be given
-// up, because a flush reads the oldest, which would have to go.
-bool file_trace::make_room(mutex_auto& guard, std::int64_t n, bool flush) {
-    if (ring.used + n >= ring.buf_size || ring.used >= flush_at)
-        flush_locked(guard, flush);
-    if (!is_roomy(n) && flush && can_grow())
-        grow(guard);
-    if (ring.used + n >= ring.buf_size) {
-        overflowed = true;
-        if (busy)
-            return false;
-        ring.drop_oldest();
-    }
-    if (overflowed) {
-        overflowed = false;
-        ring.append(crlf ? "\r\nbuffer overflow\r\n" : "\nbuffer overflow\n");
-    }
-    return true;
+// Decides whether the timer is to flush what the ring holds after `delay` ms: not if it will do so anyway.
+// The timer would leave an armed entry alone as well, for the price of its lock at each text.
+inline std::uint32_t file_trace::due(std::uint32_t delay) {
+    if (armed.load(std::memory_order_relaxed))
+        return 0;
+    if (!lines.has_output() || closed.load(std::memory_order_relaxed) || !host_runs())
+        return 0;
+    armed.store(true, std::memory_order_relaxed);
+    return delay;
 }
 
 void file_trace::write(const char* text, bool flush) {
-    if (max_size.load(std::memory_order_relaxed) == 0 || closed.load(std::memory_order_relaxed))
+    if (off.load(std::memory_order_relaxed) || closed.load(std::memory_order_relaxed))
         return;
-    // Most texts are one whole line, and then one search gives both its line feed and its length.
-    const char* const feed = std::strchr(text, '\n');
-    const bool is_line = feed && feed[1] == 0;
-    const char* const end = is_line ? feed + 1 : text + std::strlen(text);
+    const log_text message(text);
+    std::uint32_t delay = 0;
     mutex_auto guard(lock, true);
-    const bool easy = is_roomy(end - text) && ring.used < flush_at && !overflowed;
-    if (!easy && !make_room(guard, end - text, flush))
-        return;
-    if (is_line && with_time) {
-        stamp.make(os::now_local(), with_ms);
-        append_line({text, feed}, ending_of(text, feed));
-    } else {
-        append_lines({text, end}, feed);
+    if ((lines.takes_easily(message) && lines.used() < flush_at) || make_room(guard, message, flush, delay)) {
+        lines.append(message);
+        if (flush && !busy && has_path) {
+            const bool may_wait = lines.used() < flush_at && !write_through &&
+                                  !closed.load(std::memory_order_relaxed) && host_runs();
+            if (!may_wait && may_try())
+                delay |= flush_locked(guard, true);
+            delay |= due(write_delay_ms);
+        }
     }
-    if (!flush || busy || !has_path)
-        return;
-    const bool may_wait = ring.used < flush_at && !(open_flags & write_through_flag) &&
-                          !closed.load(std::memory_order_relaxed) && host_runs();
-    if (!may_wait)
-        flush_locked(guard, true);
-    if (!armed.load(std::memory_order_relaxed))
-        arm(guard, write_delay_ms);
+    guard.unlock();
+    if (delay != 0)
+        arm(delay);
+}
+
+// False if the message must be given up.
+bool file_trace::make_room(mutex_auto& guard, log_text text, bool flush, std::uint32_t& delay) {
+    const std::int64_t n = lines.size_of(text);
+    if ((lines.lacks_room(n) || lines.used() >= flush_at) && may_try())
+        delay = flush_locked(guard, flush);
+    if (flush && !lines.is_roomy(n))
+        while (lines.can_grow() && grow(guard, n) && lines.lacks_room(n)) {
+        }
+    return lines.make_room(n, busy);
+}
+
+// Makes the ring larger, for n more bytes. False if there is no memory.
+bool file_trace::grow(mutex_auto& guard, std::int64_t n) {
+    const std::int32_t size = lines.size_for(n);
+    guard.unlock();
+    char* const memory = trace_ring::allocate(size);
+    guard.lock();
+    if (!memory)
+        return false;
+    // Another thread may have made the ring as large meanwhile.
+    char* const spare = lines.replace(memory, size);
+    guard.unlock();
+    trace_ring::release(spare);
+    guard.lock();
+    return true;
 }
 
 // ---- the file
 
 void file_trace::flush(bool again) {
+    if (lost.load(std::memory_order_relaxed))
+        return;
     mutex_auto guard(lock, true);
-    flush_locked(guard, again);
-}
-
-// With the lock, which is given up for a while and taken again.
-void file_trace::flush_locked(mutex_auto& guard, bool again) {
-    if (!has_path || busy)
-        return;
-    const std::uint32_t delay = ring.used > 0 ? write_out(guard, again) : again_delay_ms;
-    if (!again)
-        return;
-    if (ring.buf_size >= min_size) {
-        arm(guard, delay);
-        guard.lock();
-    } else if (can_grow()) {
-        grow(guard);
-    }
-}
-
-// One flush of a ring that holds something. Returns the ms after which to try again if it still does.
-std::uint32_t file_trace::write_out(mutex_auto& guard, bool again) {
-    busy = true;
-    const std::shared_ptr<const log_files> names = files;
-    const std::uint32_t flags = open_flags;
-    std::uint64_t size = file_size;
+    const std::uint32_t delay = flush_locked(guard, again);
     guard.unlock();
-    file_hnd file;
-    const bool opened = file.open(names->path, flags, share_reading);
-    if (opened) {
-        on_open(guard, file);
-        write_ring(guard, file);
-        on_close(guard, file);
-        size = static_cast<std::uint64_t>(file.size());
-        if (size > names->max_file_size && again && !names->old_path.empty())
-            rotate(guard, file, *names);
-        file.close();
-    }
-    guard.lock();
-    file_size = size;
-    busy = false;
-    return opened ? again_delay_ms : retry_delay_ms;
+    if (delay != 0)
+        arm(delay);
 }
 
-void file_trace::write_ring(mutex_auto& guard, file_hnd& file) {
+std::uint32_t file_trace::flush_locked(mutex_auto& guard, bool again) {
+    if (!has_path || busy)
+        return 0;
+    const bool done = !lines.has_output() || write_out(guard, again);
+    if (!again)
+        return 0;
+    if (!lines.is_small())
+        return due(done ? again_delay_ms : retry_delay_ms);
+    if (lines.can_grow())
+        grow(guard, 0);
+    return 0;
+}
+
+// Whether a writer may flush by itself: not while the file is known to fail. The timer, an explicit flush and
+// the end of the process always try.
+bool file_trace::may_try() const {
+    return !failed || os::tick_count() - failed_tick >= retry_delay_ms;
+}
+
+// One flush. False if the file can't be opened or takes no more.
+bool file_trace::write_out(mutex_auto& guard, bool again) {
+    bool done = false;
+    {
+        file_section section(*this, guard);
+        if (section.open()) {
+            on_open(guard, section.file);
+            done = write_lines(guard, section.file);
+            on_close(guard, section.file);
+            section.measure();
+            if (again && section.size > section.files->max_size)
+                section.rotate();
+        }
+    }
+    failed = !done;
+    if (failed)
+        failed_tick = os::tick_count();
+    return done;
+}
+
+bool file_trace::write_lines(mutex_auto& guard, file_hnd& file) {
+    bool done = true;
     guard.lock();
-    for (std::string_view piece = ring.front(); !piece.empty(); piece = ring.front()) {
+    while (done) {
+        const std::string_view piece = lines.begin_write();
+        if (piece.empty())
+            break;
         guard.unlock();
         const std::int64_t written = file.write(piece.data(), static_cast<std::int64_t>(piece.size()));
         guard.lock();
-        if (written < 1)
-            break;
-        ring.consume(static_cast<std::int32_t>(written));
+        done = written > 0;
+        if (char* const old = lines.end_write(written)) {
+            guard.unlock();
+            trace_ring::release(old);
+            guard.lock();
+        }
     }
     guard.unlock();
-}
-
-// With `busy` set and without the lock.
-void file_trace::rotate(mutex_auto& guard, file_hnd& file, const log_files& names) {
-    guard.lock();
-    make_stamp(); // for an on_open that writes a header
-    guard.unlock();
-    file.close();
-    os::remove_file(names.old_path.c_str());
-    // The limit holds in any case: a log that can't be renamed is deleted.
-    if (os::rename_file(names.path.c_str(), names.old_path.c_str()) != 0)
-        os::remove_file(names.path.c_str());
+    return done;
 }
 
 void file_trace::rotate_if_larger(std::uint32_t limit) {
     mutex_auto guard(lock, true);
     if (busy || !has_path)
         return;
-    busy = true;
-    const std::shared_ptr<const log_files> names = files;
-    const std::uint32_t flags = open_flags;
-    std::uint64_t size = file_size;
-    guard.unlock();
-    file_hnd file;
-    if (file.open(names->path, flags, share_reading)) {
-        size = static_cast<std::uint64_t>(file.size());
-        if (size >= limit && !names->old_path.empty())
-            rotate(guard, file, *names);
-        file.close();
+    {
+        file_section section(*this, guard);
+        if (section.open()) {
+            section.measure();
+            if (section.size >= limit)
+                section.rotate();
+        }
     }
-    guard.lock();
-    file_size = size;
-    busy = false;
+    // Text that came meanwhile has left the flush to this thread.
+    const std::uint32_t delay = due(write_delay_ms);
+    guard.unlock();
+    if (delay != 0)
+        arm(delay);
 }
 
 void file_trace::on_open(mutex_auto&, file_hnd& file) {
@@ -338,30 +304,18 @@ void file_trace::on_close(mutex_auto&, file_hnd&) {}
 
 // ---- the timer
 
-bool file_trace::host_runs() const {
-    return host_ready->load(std::memory_order_relaxed);
-}
-
 bool file_trace::is_async() {
     return !closed.load(std::memory_order_relaxed) && host_runs();
 }
 
-// Has what the ring holds flushed after `delay` ms, unless a flush is ahead already. Gives up the lock,
-// because no thread may hold it when it takes the timer's.
-void file_trace::arm(mutex_auto& guard, std::uint32_t delay) {
-    // The timer would leave an armed entry alone as well, for the price of its lock at each text.
-    if (armed.load(std::memory_order_relaxed))
-        return;
-    if (ring.used < 1 || closed.load(std::memory_order_relaxed) || !host_runs())
-        return;
-    armed.store(true, std::memory_order_relaxed);
-    guard.unlock();
+// Without the lock, because no thread may hold it when it takes the timer's.
+void file_trace::arm(std::uint32_t delay) {
     timer_host->start_once(
         &timer, [this] { on_timer(); }, delay);
 }
 
 void file_trace::on_timer() {
-    // Ahead of the flush's lock, so that no text can come behind the flush and still find it ahead.
+    // Before the flush takes the lock: a text that comes after the flush must not find the timer armed.
     armed.store(false, std::memory_order_relaxed);
     flusher_thread.store(os::thread_id(), std::memory_order_relaxed);
     // The last thing done here: a subclass's flush may destroy the object.
@@ -386,44 +340,57 @@ void file_trace::cancel() {
 
 // ---- the end of the process
 
-// Whether the other threads of the process may be alive. They are also if the timer's worker never started.
-bool file_trace::host_alive() const {
-    return !timer_host || !timer_host->worker_lost();
+// Whether all other threads may be dead: the timer's worker was, without having been asked to end. A worker
+// that could never be started shows nothing.
+bool file_trace::others_lost() const {
+    return timer_host && timer_host->worker_lost();
 }
 
 // Takes the lock, unless a thread that is dead by now holds it.
 bool file_trace::lock_at_end(mutex_auto& guard) {
-    if (!host_alive())
-        return guard.try_lock();
-    guard.lock();
+    if (lost.load(std::memory_order_relaxed))
+        return false;
+    if (timer_host && timer_host->is_alive()) {
+        guard.lock();
+        return true;
+    }
+    for (const std::uint32_t begin = os::tick_count(); !guard.try_lock(); os::sleep_ms(1)) {
+        if (others_lost() || os::tick_count() - begin >= end_wait_ms) {
+            lost = true;
+            closed = true;
+            return false;
+        }
+    }
     return true;
 }
 
 void file_trace::finish() {
-    if (host_alive()) {
-        flush(true);
+    mutex_auto guard(lock, false);
+    if (!lock_at_end(guard))
+        return;
+    if (others_lost()) {
+        flush_locked(guard, false);
+        guard.unlock();
     } else {
-        mutex_auto guard(lock, false);
-        if (lock_at_end(guard))
-            flush_locked(guard, false);
+        guard.unlock();
+        flush(true);
     }
     cancel();
 }
 
 void file_trace::shut_down() {
     mutex_auto guard(lock, false);
-    if (!lock_at_end(guard)) {
-        closed = true;
+    if (!lock_at_end(guard))
         return;
-    }
     if (!closed.exchange(true)) {
         // The ring stays while someone reads it. What that flush leaves is written here.
-        for (int ms = 0; busy && host_alive() && ms < end_wait_ms; ++ms) {
+        for (const std::uint32_t begin = os::tick_count();
+             busy && !others_lost() && os::tick_count() - begin < end_wait_ms;) {
             guard.unlock();
             os::sleep_ms(1);
             guard.lock();
         }
-        const bool some = has_path && ring.used > 0;
+        const bool some = has_path && lines.has_output();
         guard.unlock();
         if (some)
             flush(false);
@@ -431,14 +398,14 @@ void file_trace::shut_down() {
     guard.unlock();
     cancel();
     guard.lock();
-    char* const memory = busy ? nullptr : ring.take();
+    char* const memory = busy ? nullptr : lines.take();
     guard.unlock();
     trace_ring::release(memory);
 }
 
 void file_trace::close_now() {
     mutex_auto guard(lock, false);
-    if (!lock_at_end(guard) || closed.load(std::memory_order_relaxed) || busy || ring.used < 1)
+    if (closed.load(std::memory_order_relaxed) || !lock_at_end(guard) || busy || !lines.has_output())
         return;
     closed = true;
     flush_locked(guard, false);

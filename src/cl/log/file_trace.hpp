@@ -7,9 +7,8 @@
 // written, and when the ring is full its oldest bytes go and a mark, "buffer overflow", shows in the log.
 #pragma once
 
-#include "cl/file/file_hnd.hpp"
-#include "cl/log/line_stamp.hpp"
-#include "cl/log/trace_ring.hpp"
+#include "cl/log/log_files.hpp"
+#include "cl/log/log_lines.hpp"
 #include "cl/os/mutex.hpp"
 #include "cl/time/passive_timer.hpp"
 #include "cl/trace/trace_list.hpp"
@@ -22,8 +21,8 @@
 namespace cl {
 
 // Any thread may call any function. While `busy` is set one thread works on the file without the lock; until
-// it is done no second flush starts, the ring is not replaced, and only that thread moves the ring's read
-// index.
+// it is done no second flush starts, and only that thread takes text out of the ring. The ring may grow
+// meanwhile.
 class file_trace : public trace_base {
 public:
     // Allocates nothing. `host` calls the flusher and outlives this object; without one, or while it isn't
@@ -63,9 +62,10 @@ public:
     // so it is not for on_open and on_close.
     void discard(bool force);
 
-    // The end of the process, in this order, each on the one thread that ends it. All of them bear with the
-    // death of every other thread: they then do what needs no lock that a dead thread holds. Writes
-    // everything out and cancels the timer; the log goes on taking text.
+    // The end of the process, in this order, each on the one thread that ends it. They tolerate that all
+    // other threads may be dead: a log whose lock a dead thread holds refuses everything from then on.
+    //
+    // Writes everything out and cancels the timer; the log goes on taking text.
     void finish();
     // The destructor's body, for an object that other threads may still call: writes everything out, refuses
     // all further text, and frees the ring.
@@ -79,63 +79,50 @@ protected:
     virtual void on_open(mutex_auto& guard, file_hnd& file);
     virtual void on_close(mutex_auto& guard, file_hnd& file);
 
-    // Lines end in CR LF rather than in a line feed. To be changed by a subclass's constructor alone.
-    bool crlf = true;
+    // Lines end in CR LF, or in a line feed alone. For a subclass's constructor.
+    void set_crlf(bool on) { lines.set_crlf(on); }
 
 private:
-    // What a flush needs of the settings, as they were when it began. Shared, because a copy of the texts
-    // would take heap at the very end of the process, where a dead thread may hold the heap's lock.
-    struct log_files {
-        std::wstring path;
-        std::wstring old_path;
-        std::uint64_t max_file_size = 0;
-    };
+    class file_section;
+
     template <class Change>
     void change_files(Change change);
+    bool grow(mutex_auto& guard, std::int64_t n);
 
-    void make_stamp();
-    enum class line_end : std::uint8_t { none, lf, crlf }; // the values are the endings' lengths
-    void append_line(std::string_view body, line_end ending);
-    line_end ending_of(const char* text, const char* feed) const;
-    void append_lines(std::string_view text, const char* feed);
-    bool is_roomy(std::int64_t n) const;
-    bool make_room(mutex_auto& guard, std::int64_t n, bool flush);
-    void grow(mutex_auto& guard);
-    bool can_grow() const;
-
-    void flush_locked(mutex_auto& guard, bool again);
-    std::uint32_t write_out(mutex_auto& guard, bool again);
-    void write_ring(mutex_auto& guard, file_hnd& file);
-    void rotate(mutex_auto& guard, file_hnd& file, const log_files& names);
+    // Those that take the held lock may give it up for a while, and return with it held. Those that return a
+    // delay have decided that the timer is to be armed with it (0: not), which is done without the lock.
+    bool make_room(mutex_auto& guard, log_text text, bool flush, std::uint32_t& delay);
+    std::uint32_t flush_locked(mutex_auto& guard, bool again);
+    bool write_out(mutex_auto& guard, bool again);
+    bool write_lines(mutex_auto& guard, file_hnd& file);
+    bool may_try() const;
 
     bool host_runs() const;
-    bool host_alive() const;
-    void arm(mutex_auto& guard, std::uint32_t delay);
+    std::uint32_t due(std::uint32_t delay);
+    void arm(std::uint32_t delay);
     void cancel();
     void on_timer();
+    bool others_lost() const;
     bool lock_at_end(mutex_auto& guard);
 
     // `lock` guards all fields; the atomic ones are also read without it.
-    trace_ring ring;
-    line_stamp stamp{default_stamp_format};
+    log_lines lines;
     std::int32_t flush_at = 1024;
-    std::int32_t min_size = 4096;
-    std::atomic<std::int32_t> max_size{32768};
     mutex lock;
-    std::shared_ptr<const log_files> files;
+    std::shared_ptr<const log_files> files; // as they were when a flush began, for its whole length
     bool has_path = false;
+    bool write_through = false;
     std::uint64_t file_size = 0; // of the log at the last flush
-    std::uint32_t open_flags;
     passive_timer* const timer_host;
-    const std::atomic<bool>* const host_ready;
     timer_handle timer{};
     std::atomic<bool> armed{false};               // the timer is armed, and the flusher has not begun
     std::atomic<std::uint64_t> flusher_thread{0}; // the last that ran the flusher
     bool busy = false;
-    bool at_line_start = true;
-    bool with_ms = true, with_time = true;
+    bool failed = false;           // the last flush could not open or write the file
+    std::uint32_t failed_tick = 0; // when that was
+    std::atomic<bool> off{false};  // the ring's largest size is 0
     std::atomic<bool> closed{false};
-    bool overflowed = false; // text was lost since the last mark
+    std::atomic<bool> lost{false}; // a thread died with the lock
 };
 
 } // namespace cl

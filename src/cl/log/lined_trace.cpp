@@ -12,7 +12,7 @@ lined_trace::lined_trace(const char* name) : text_{} {
 }
 
 void lined_trace::write(const char* text, bool) {
-    if (*text == 0)
+    if (*text == 0 || lost.load(std::memory_order_relaxed))
         return;
     const mutex_auto guard(lock, true);
     std::size_t left = std::strlen(text);
@@ -55,13 +55,30 @@ void lined_trace::emit_complete_lines() {
     }
 }
 
-void lined_trace::flush(bool) {
-    const mutex_auto guard(lock, true);
+void lined_trace::emit_rest() {
     if (line_len == 0)
         return;
     line[line_len] = 0;
     emit(start);
     line_len = 0;
+}
+
+void lined_trace::flush(bool) {
+    if (lost.load(std::memory_order_relaxed))
+        return;
+    const mutex_auto guard(lock, true);
+    emit_rest();
+}
+
+void lined_trace::flush_at_end() {
+    mutex_auto guard(lock, false);
+    if (guard.try_lock())
+        emit_rest();
+}
+
+void lined_trace::give_up_dead_lock() {
+    mutex_auto guard(lock, false);
+    lost = !guard.try_lock();
 }
 
 } // namespace cl

@@ -5,6 +5,7 @@
 #include "cl/os/mutex.hpp"
 #include "cl/trace/trace_list.hpp"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -27,7 +28,13 @@ public:
     // Emits a partial line as it stands.
     void flush(bool again) override;
 
+    // For the end of the process, when all other threads are dead: if one of them died while it held the
+    // lock, this sink takes no more text.
+    void give_up_dead_lock();
+
 protected:
+    // Emits a partial line, unless another thread is inside, dead or alive.
+    void flush_at_end();
     // Takes the name and one line, zero-terminated. Called with `lock` held, so it must not write to this
     // sink.
     virtual void emit(const char* text) = 0;
@@ -38,12 +45,14 @@ private:
     static constexpr std::size_t prefix_size = 16;
 
     void emit_complete_lines();
+    void emit_rest();
 
     // The name ends where the line begins, so that one pointer gives both.
     char text_[prefix_size + max_line + 2];
     char* const line = text_ + prefix_size;
     std::int32_t line_len = 0;
     mutex lock;
+    std::atomic<bool> lost{false}; // a thread died with the lock
     const char* start = line;
 };
 

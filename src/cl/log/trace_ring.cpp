@@ -5,9 +5,9 @@
 
 namespace cl {
 
-void trace_ring::append(std::string_view text) noexcept {
-    auto left = static_cast<std::int32_t>(std::min<std::size_t>(
-        text.size(), static_cast<std::size_t>(buf_size) - static_cast<std::size_t>(used)));
+bool trace_ring::append(std::string_view text) noexcept {
+    const auto room = static_cast<std::size_t>(buf_size) - static_cast<std::size_t>(used);
+    auto left = static_cast<std::int32_t>(std::min(text.size(), room));
     const char* from = text.data();
     while (left > 0) {
         if (head >= buf_size)
@@ -19,6 +19,7 @@ void trace_ring::append(std::string_view text) noexcept {
         from += n;
         left -= n;
     }
+    return text.size() <= room;
 }
 
 std::string_view trace_ring::front() noexcept {

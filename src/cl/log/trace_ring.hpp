@@ -17,8 +17,8 @@ struct trace_ring {
     std::int32_t head = 0; // write index
     std::int32_t tail = 0; // read index
 
-    // Copies as much of the text as there is room for; the rest is dropped.
-    void append(std::string_view text) noexcept;
+    // Copies as much of the text as there is room for. False if the rest had to be dropped.
+    [[nodiscard]] bool append(std::string_view text) noexcept;
     // Room for n bytes in one piece, to be filled and then taken with append_reserved; null if there is none.
     char* reserve(std::size_t n) noexcept {
         return n <= static_cast<std::size_t>(std::min(buf_size - head, buf_size - used)) ? buf + head

@@ -29,8 +29,7 @@ void set_up_trace(file_trace& log, debug_trace& debugger, trace_base& standard_o
     }
     if (trace_separator)
         trace_write(&trace_log, separator);
-    trace_write(&trace_out, trace_early.text);
-    trace_early.count = 0;
+    trace_write(&trace_out, trace_early.take().c_str());
 }
 
 } // namespace cl

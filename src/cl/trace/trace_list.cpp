@@ -4,6 +4,8 @@
 #include "cl/text/text_convert.hpp"
 
 #include <algorithm>
+#include <string>
+#include <type_traits>
 
 namespace cl {
 
@@ -21,14 +23,24 @@ wchar_t early_char(char c) {
     return static_cast<unsigned char>(c) < 128 ? static_cast<wchar_t>(c) : L'?';
 }
 
+template <class Ch>
+void append_early(early_buffer& buffer, const Ch* s) {
+    constexpr std::size_t limit = std::extent_v<decltype(early_buffer::text)> - 1;
+    const std::size_t n = std::char_traits<Ch>::length(s);
+    std::size_t at = buffer.count.load(std::memory_order_relaxed);
+    std::size_t end = 0;
+    do
+        end = at + std::min(n, limit - at);
+    while (!buffer.count.compare_exchange_weak(at, end, std::memory_order_relaxed));
+    for (; at != end; ++at, ++s)
+        buffer.text[at].store(early_char(*s), std::memory_order_relaxed);
+}
+
 // Where the text of an ended list goes.
 template <class Ch>
 void write_fallback(const Ch* text) {
     os::debug_text(text);
-    constexpr std::size_t limit = std::size(trace_early.text) - 1;
-    for (; *text != 0 && trace_early.count < limit; ++text)
-        trace_early.text[trace_early.count++] = early_char(*text);
-    trace_early.text[trace_early.count] = 0;
+    trace_early.append(text);
 }
 
 template <class Ch>
@@ -49,6 +61,22 @@ bool is_dead(const trace_list* list) {
 }
 
 } // namespace
+
+void early_buffer::append(const char* s) {
+    append_early(*this, s);
+}
+void early_buffer::append(const wchar_t* s) {
+    append_early(*this, s);
+}
+
+std::wstring early_buffer::take() {
+    std::wstring s;
+    for (std::atomic<wchar_t>& c : text)
+        if (const wchar_t kept = c.exchange(0, std::memory_order_relaxed))
+            s += kept;
+    count.store(0, std::memory_order_relaxed);
+    return s;
+}
 
 void trace_base::write(const wchar_t* text, bool flush) {
     write(utf16_to_utf8(text).c_str(), flush);

@@ -61,11 +61,17 @@ void trace_flush(trace_list* list);
 // moment.
 void trace_end(trace_list& list);
 
-// What was written to a list that was not alive: at most 255 characters and a zero, the rest is cut. Narrow
-// characters of 128 and above are kept as '?'.
+// What was written to a list that was not alive: at most 255 characters, the rest is cut. Narrow characters
+// of 128 and above are kept as '?'. Zero-terminated at every moment. Any thread may append: it claims its
+// places first, so no lock is needed, which a dead thread could hold.
 struct early_buffer {
-    wchar_t text[256];
-    std::size_t count;
+    std::atomic<wchar_t> text[256];
+    std::atomic<std::size_t> count; // places claimed
+
+    void append(const char* s);
+    void append(const wchar_t* s);
+    // Returns the text and empties the buffer. What is appended at that moment may be cut.
+    std::wstring take();
 };
 extern early_buffer trace_early;
 

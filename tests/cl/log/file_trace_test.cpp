@@ -1,9 +1,11 @@
 #include "cl/log/trace_rig.hpp"
+#include "cl/os/error.hpp"
 
 #include <gtest/gtest.h>
 
 using namespace cl;
 using fakes::disk;
+using fakes::file_op;
 
 namespace {
 
@@ -44,36 +46,63 @@ TEST(file_trace, stamps_follow_the_formats) {
     }
 }
 
-TEST(file_trace, a_log_that_cannot_be_renamed_is_deleted) {
-    trace_rig<> r;
-    r.trace.set_path(r.path);
-    r.trace.set_old_path(r.old_path, 0);
-    const auto log = [&](const char* text) {
-        r.trace.write(text, true);
-        r.trace.flush(true);
+// What a reader holds across three rotations, each after one line.
+TEST(file_trace, a_rotation_beside_a_reader) {
+    using namespace cl::os;
+    constexpr std::uint32_t all = share_read | share_write | share_delete;
+    const std::string a = stamp + "a\r\n";
+    const struct {
+        const char* name;
+        bool of_old;
+        std::uint32_t share;
+        std::string old, log;
+    } rows[] = {
+        {"nobody", true, ~0u, a, ""},
+        {"of the old log, sharing all", true, all, a, ""},
+        {"of the old log, without deletion", true, share_read, "old", ""}, // and so the log is deleted
+        {"of the log, without deletion", false, share_read | share_write, "old", a + a + a},
     };
-    const int holder = disk::hold(r.old_path, os::access_read, os::share_read);
-    log("a\n");
-    EXPECT_FALSE(disk::exists(r.path));
-    disk::release(holder);
-    log("b\n");
-    EXPECT_EQ(r.old_log(), stamp + "b\r\n");
-    // A log that can be neither renamed nor deleted is continued.
-    disk::hold(r.path, os::access_read, os::share_read | os::share_write);
-    log("c\n");
-    log("d\n");
-    EXPECT_EQ(r.log(), stamp + "c\r\n" + stamp + "d\r\n");
-    // A timer that has ended is none, and a destructor writes what is left.
-    EXPECT_TRUE(r.trace.is_async());
-    r.host.shut_down();
-    r.trace.write("e\n", true);
-    EXPECT_TRUE(r.log().ends_with("e\r\n"));
-    {
-        file_trace destroyed(nullptr);
-        destroyed.write("f\n", true);
-        destroyed.set_path(L"third");
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        trace_rig<> r;
+        r.trace.set_path(r.path);
+        r.trace.set_old_path(r.old_path, 0);
+        disk::put(r.old_path, "old");
+        disk::put(r.path, "");
+        if (row.share != ~0u)
+            disk::hold(row.of_old ? r.old_path : r.path, access_read, row.share);
+        for (int i = 0; i < 3; ++i) {
+            r.trace.write("a\n", true);
+            r.trace.flush(true);
+        }
+        EXPECT_EQ(r.old_log(), row.old);
+        EXPECT_EQ(r.log(), row.log);
     }
-    EXPECT_EQ(disk::bytes(L"third"), stamp + "f\r\n");
+}
+
+// A file that is known to fail costs a writer nothing until the retry time, and loses nothing meanwhile.
+TEST(file_trace, a_file_that_fails) {
+    for (const bool full : {false, true}) {
+        SCOPED_TRACE(full);
+        trace_rig<> r;
+        r.trace.set_path(r.path);
+        r.trace.set_buffer(0x1000, 0x100000, 0x1000, true);
+        full ? disk::set_space(0) : disk::refuse(r.path, os::error_sharing);
+        std::string whole;
+        for (int i = 0; i < 1000; ++i) {
+            const std::string line = std::to_string(i) + std::string(100, '.');
+            r.trace.write((line + "\n").c_str(), true);
+            whole += stamp + line + "\r\n";
+        }
+        EXPECT_EQ(disk::calls(file_op::open), 1);
+        r.pass_time(999);
+        EXPECT_EQ(disk::calls(file_op::open), 1);
+        r.pass_time(2);
+        EXPECT_EQ(disk::calls(file_op::open), 2);
+        disk::clear_faults();
+        r.pass_time(1000);
+        EXPECT_EQ(r.log(), whole);
+    }
 }
 
 // Every call of a flush with rotation fails once; all text gets to the disk in the end, but for what a rename
@@ -85,23 +114,41 @@ TEST(file_trace, a_failure_at_any_call_loses_nothing) {
         trace_rig<> r;
         r.trace.set_path(r.path);
         r.trace.set_old_path(r.old_path, 1000);
-        std::string whole = std::string(999, 'x');
+        std::string whole = std::string(999, 'x'), old = "old";
         disk::put(r.path, whole);
+        disk::put(r.old_path, old);
         r.trace.write("a\n", true);
         disk::clear_log();
-        disk::fail_call(n, 31);
+        disk::fail_call(n, os::error_gen_failure);
         r.pass_time(1001);
         failed = false;
         whole += stamp + "a\r\n";
         for (const fakes::file_call& call : disk::log()) {
-            failed = failed || call.error == 31;
-            if (call.op == fakes::file_op::rename && call.error == 31)
-                whole.clear();
+            const bool here = call.error == os::error_gen_failure;
+            failed = failed || here;
+            if (here && call.op == file_op::rename && call.path == r.path)
+                whole = old;
         }
         disk::clear_faults();
         EXPECT_EQ(disk::open_handles(), 0);
         r.trace.write("b\n", true);
         r.pass_time(1001);
-        EXPECT_EQ(r.old_log() + r.log(), whole + stamp + "b\r\n");
+        const std::string left = r.old_log() + r.log();
+        EXPECT_TRUE(left == whole + stamp + "b\r\n" || left == old + whole + stamp + "b\r\n") << left;
     }
+}
+
+TEST(file_trace, without_a_timer_every_text_is_flushed) {
+    trace_rig<> r;
+    r.trace.set_path(r.path);
+    EXPECT_TRUE(r.trace.is_async());
+    r.host.shut_down(); // a timer that has ended is none
+    r.trace.write("a\n", true);
+    EXPECT_EQ(r.log(), stamp + "a\r\n");
+    {
+        file_trace destroyed(nullptr);
+        destroyed.write("b\n", true);
+        destroyed.set_path(L"third");
+    } // its destructor writes what is left
+    EXPECT_EQ(disk::bytes(L"third"), stamp + "b\r\n");
 }
