@@ -163,17 +163,23 @@ void file_trace::write(const char* text, bool flush) {
     mutex_auto guard(lock, true);
     if ((lines.takes_easily(message) && lines.used() < flush_at) || make_room(guard, message, flush, delay)) {
         lines.append(message);
-        if (flush && !busy && has_path) {
-            const bool may_wait = lines.used() < flush_at && !write_through &&
-                                  !closed.load(std::memory_order_relaxed) && host_runs();
-            if (!may_wait && may_try())
-                delay |= flush_locked(guard, true);
-            delay |= due(write_delay_ms);
-        }
+        // Mostly the timer is to flush it anyway.
+        if (flush && !busy && has_path &&
+            !(armed.load(std::memory_order_relaxed) && timer_host->ready.load(std::memory_order_relaxed) &&
+              lines.used() < flush_at && !write_through))
+            delay |= flush_or_wait(guard);
     }
     guard.unlock();
     if (delay != 0)
         arm(delay);
+}
+
+// What a message's writer does for it, with the timer not armed or much text waiting.
+std::uint32_t file_trace::flush_or_wait(mutex_auto& guard) {
+    const bool may_wait =
+        lines.used() < flush_at && !write_through && !closed.load(std::memory_order_relaxed) && host_runs();
+    const std::uint32_t delay = !may_wait && may_try() ? flush_locked(guard, true) : 0;
+    return delay | due(write_delay_ms);
 }
 
 // False if the message must be given up.

@@ -15,6 +15,17 @@ constexpr std::size_t write_limit = 0x40000;
 
 } // namespace
 
+// After each change of the ring's size, the limits and `overflowed`.
+void log_lines::changed() {
+    easy_until = overflowed || is_small() ? 0 : std::int64_t{ring.buf_size} * 7 / 8;
+}
+
+void log_lines::set_limits(std::int32_t min, std::int32_t max) {
+    min_size = min;
+    max_size = max;
+    changed();
+}
+
 void log_lines::set_stamps(bool time, bool ms) {
     with_time = time;
     with_ms = ms;
@@ -86,12 +97,14 @@ void log_lines::append_lines(log_text text) {
 void log_lines::lose() {
     overflowed = true;
     at_line_start = true;
+    changed();
 }
 
 bool log_lines::put_mark() {
     if (lacks_room(mark_room))
         return false;
     overflowed = !ring.append(crlf ? mark : mark_lf);
+    changed();
     return true;
 }
 
@@ -138,18 +151,22 @@ char* log_lines::replace(char* memory, std::int32_t size) {
     if (size <= ring.buf_size)
         return memory;
     char* const old = ring.replace(memory, size);
+    changed();
     return old == being_written ? nullptr : old;
 }
 
 char* log_lines::shrink(char* memory) {
-    char* const old = ring.take();
+    char* const old = take();
     ring.buf_size = memory ? min_size : 0;
     ring.buf = memory;
+    changed();
     return old;
 }
 
 char* log_lines::take() {
-    return ring.take();
+    char* const old = ring.take();
+    changed();
+    return old;
 }
 
 } // namespace cl

@@ -26,10 +26,7 @@ struct log_text {
 
 class log_lines {
 public:
-    void set_limits(std::int32_t min, std::int32_t max) {
-        min_size = min;
-        max_size = max;
-    }
+    void set_limits(std::int32_t min, std::int32_t max);
     void set_stamps(bool time, bool ms);
     void set_crlf(bool on) { crlf = on; }
     // Makes the stamp of this moment, which all lines of a message bear.
@@ -44,8 +41,8 @@ public:
 
     // Whether a message that is one line fits at once, with no look at anything else.
     bool takes_easily(const log_text& text) const {
-        return !overflowed && is_roomy(static_cast<std::int64_t>(text.all.size()) + line_overhead) &&
-               text.is_line;
+        return text.is_line &&
+               ring.used + static_cast<std::int64_t>(text.all.size()) + line_overhead < easy_until;
     }
     // The bytes that a message takes, with its stamps and line ends and a mark that is due.
     std::int64_t size_of(log_text text);
@@ -114,9 +111,11 @@ private:
         append_line({line.data(), feed}, ending_of(line.data(), feed));
     }
     bool put_mark();
+    void changed();
     void lose();
 
     trace_ring ring;
+    std::int64_t easy_until = 0; // as long as this much is held, no message needs more than to be appended
     line_stamp stamp{default_stamp_format};
     std::int32_t min_size = 4096;
     std::int32_t max_size = 32768;
