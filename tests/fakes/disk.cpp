@@ -11,6 +11,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <utility>
 
 // The product's own functions, compiled under these names.
 namespace cl::os {
@@ -64,13 +65,16 @@ struct faults {
 
 struct state : faults {
     std::map<file_handle, std::wstring> opened;
+    std::vector<file_handle> holders;
+    std::map<fs::path, std::wstring> names; // of the real files, as they were spelled
+    std::uint64_t last_stamp = 0;
     std::vector<file_call> log;
     std::optional<std::int64_t> utc_offset;
 };
 
 // Without a reset nothing below is touched, so that threads meet no lock that the product doesn't have.
 std::atomic<bool> watching;
-std::mutex lock;
+std::recursive_mutex lock;
 state s;
 std::function<void(const file_call&)> hook;
 std::optional<temp_folder> folder;
@@ -79,6 +83,22 @@ fs::path system_path(std::wstring path) {
     if constexpr (fs::path::preferred_separator == '/')
         std::replace(path.begin(), path.end(), L'\\', L'/');
     return path;
+}
+
+// Where a file of that name lies: in the test's folder, unless the name is one of the system's temporary
+// folder. Every folder exists.
+std::wstring place(const std::wstring& path) {
+    static const std::wstring temporary = fs::temp_directory_path().wstring();
+    if (path.empty() || path.starts_with(temporary))
+        return path;
+    std::wstring below = path;
+    if (below.find(L':') == 1)
+        below.erase(1, 1);
+    const std::wstring real = *folder / below;
+    const std::lock_guard guard(lock);
+    fs::create_directories(system_path(real).parent_path());
+    s.names.emplace(system_path(real), path);
+    return real;
 }
 
 std::wstring path_of(file_handle handle) {
@@ -159,6 +179,13 @@ std::uint32_t pass(file_call call, Real real) {
     return call.error;
 }
 
+// A system's own stamps may stand still for some milliseconds; no two of these are the same.
+void touch(const std::wstring& path) {
+    const std::lock_guard guard(lock);
+    s.last_stamp = std::max(s.last_stamp, disk::write_time(path)) + 10000;
+    disk::set_write_time(path, s.last_stamp);
+}
+
 template <class Real>
 std::uint32_t pass(file_op op, file_handle file, Real real) {
     return pass({op, path_of(file)}, [&](file_call&) { return real(); });
@@ -167,11 +194,8 @@ std::uint32_t pass(file_op op, file_handle file, Real real) {
 } // namespace
 
 void disk::reset() {
+    end();
     const std::lock_guard guard(lock);
-    for (const auto& entry : s.opened)
-        cl::os::real_close_file(entry.first);
-    s = state();
-    hook = nullptr;
     if (!folder)
         folder.emplace();
     for (const auto& entry : fs::directory_iterator(folder->folder))
@@ -180,30 +204,22 @@ void disk::reset() {
 }
 
 void disk::end() {
-    if (!watching.exchange(false))
-        return;
     const std::lock_guard guard(lock);
-    for (const auto& entry : s.opened)
-        cl::os::real_close_file(entry.first);
+    watching = false;
+    restart();
+    for (const file_handle holder : s.holders)
+        cl::os::real_close_file(holder);
     s = state();
     hook = nullptr;
-    folder.reset();
-}
-
-std::wstring disk::path(const std::wstring& name) {
-    return *folder / name;
 }
 
 void disk::put(const std::wstring& path, const std::string& bytes) {
-    static std::uint64_t last = 0;
-    std::ofstream(system_path(path), std::ios::binary) << bytes;
-    // A system's own stamps may stand still for some milliseconds.
-    last = std::max(last + 10000, write_time(path) + 10000);
-    set_write_time(path, last);
+    std::ofstream(system_path(place(path)), std::ios::binary) << bytes;
+    touch(path);
 }
 
 std::string disk::bytes(const std::wstring& path) {
-    if (std::ifstream in(system_path(path), std::ios::binary); in.is_open())
+    if (std::ifstream in(system_path(place(path)), std::ios::binary); in.is_open())
         return {std::istreambuf_iterator<char>(in), {}};
     // Whoever holds the file may keep all others out: his own handle can read it.
     const std::lock_guard guard(lock);
@@ -223,16 +239,18 @@ std::string disk::bytes(const std::wstring& path) {
 }
 
 bool disk::exists(const std::wstring& path) {
-    return fs::exists(system_path(path));
+    return fs::exists(system_path(place(path)));
 }
 void disk::erase(const std::wstring& path) {
-    fs::remove(system_path(path));
+    fs::remove(system_path(place(path)));
 }
 
 std::vector<std::wstring> disk::names() {
     std::vector<std::wstring> all;
-    for (const auto& entry : fs::directory_iterator(folder->folder))
-        all.push_back(entry.path().filename().wstring());
+    const std::lock_guard guard(lock);
+    for (const auto& [real, name] : s.names)
+        if (fs::exists(real))
+            all.push_back(name);
     std::sort(all.begin(), all.end());
     return all;
 }
@@ -246,7 +264,11 @@ constexpr file_ticks from_1601_to_1970 = std::chrono::seconds(11644473600);
 } // namespace
 
 std::uint64_t disk::write_time(const std::wstring& path) {
-    const auto time = fs::file_time_type::clock::to_sys(fs::last_write_time(system_path(path)));
+    std::error_code missing;
+    const auto time =
+        fs::file_time_type::clock::to_sys(fs::last_write_time(system_path(place(path)), missing));
+    if (missing)
+        return 0;
     const auto since_1970 = std::chrono::duration_cast<file_ticks>(time.time_since_epoch());
     return static_cast<std::uint64_t>((since_1970 + from_1601_to_1970).count());
 }
@@ -254,7 +276,8 @@ std::uint64_t disk::write_time(const std::wstring& path) {
 void disk::set_write_time(const std::wstring& path, std::uint64_t file_time) {
     const file_ticks since_1970 = file_ticks(static_cast<std::int64_t>(file_time)) - from_1601_to_1970;
     const std::chrono::sys_time<std::chrono::nanoseconds> time(since_1970);
-    fs::last_write_time(system_path(path), fs::file_time_type::clock::from_sys(time));
+    std::error_code missing;
+    fs::last_write_time(system_path(place(path)), fs::file_time_type::clock::from_sys(time), missing);
 }
 
 void disk::set_utc_offset_minutes(int minutes) {
@@ -262,15 +285,18 @@ void disk::set_utc_offset_minutes(int minutes) {
     s.utc_offset = minutes * std::int64_t{600000000};
 }
 
-file_handle disk::hold(const std::wstring& path, std::uint32_t access, std::uint32_t share) {
+int disk::hold(const std::wstring& path, std::uint32_t access, std::uint32_t share) {
+    const std::lock_guard guard(lock);
     file_handle holder;
-    cl::os::real_open_file(path.c_str(), {access, share, cl::os::file_disposition::open_always, 0, false},
-                           holder);
-    return holder;
+    cl::os::real_open_file(place(path).c_str(),
+                           {access, share, cl::os::file_disposition::open_always, 0, false}, holder);
+    s.holders.push_back(holder);
+    return static_cast<int>(s.holders.size()) - 1;
 }
 
-void disk::release(file_handle holder) {
-    cl::os::real_close_file(holder);
+void disk::release(int holder) {
+    const std::lock_guard guard(lock);
+    cl::os::real_close_file(std::exchange(s.holders[static_cast<std::size_t>(holder)], cl::os::invalid_file));
 }
 
 void disk::fail_call(int n, std::uint32_t error, file_op op) {
@@ -360,10 +386,15 @@ std::uint32_t open_file(const wchar_t* path, const file_request& request, file_h
         return real_open_file(path, request, file);
     file = invalid_file;
     return pass({file_op::open, path}, [&](file_call&) {
-        const std::uint32_t error = real_open_file(path, request, file);
+        const std::wstring real = place(path);
+        const bool is_new = !fs::exists(system_path(real));
+        const std::uint32_t error = real_open_file(real.c_str(), request, file);
         const std::lock_guard guard(lock);
         if (!error)
             s.opened[file] = path;
+        if (!error && (is_new || request.disposition == file_disposition::create_always ||
+                       request.disposition == file_disposition::truncate_existing))
+            touch(path);
         return error;
     });
 }
@@ -422,6 +453,8 @@ std::uint32_t write_file(file_handle file, const void* buf, std::uint32_t n, std
         }
         const std::uint32_t error = real_write_file(file, buf, part, count);
         call.count = count;
+        if (count)
+            touch(call.path);
         return error;
     });
 }
@@ -440,7 +473,10 @@ std::uint32_t set_end_of_file(file_handle file) {
             if (used() + static_cast<std::uint64_t>(at - size) > s.room)
                 return error_disk_full;
         }
-        return real_set_end_of_file(file);
+        const std::uint32_t error = real_set_end_of_file(file);
+        if (watching && !error)
+            touch(path_of(file));
+        return error;
     };
     return watching ? pass(file_op::set_end, file, real) : real();
 }
@@ -482,12 +518,12 @@ std::uint32_t to_local_file_time(std::uint64_t utc, std::uint64_t& local) {
 }
 
 std::uint32_t remove_file(const wchar_t* path) {
-    const auto real = [&](file_call&) { return real_remove_file(path); };
+    const auto real = [&](file_call&) { return real_remove_file(place(path).c_str()); };
     return watching ? pass({file_op::remove, path}, real) : real_remove_file(path);
 }
 
 std::uint32_t rename_file(const wchar_t* from, const wchar_t* to) {
-    const auto real = [&](file_call&) { return real_rename_file(from, to); };
+    const auto real = [&](file_call&) { return real_rename_file(place(from).c_str(), place(to).c_str()); };
     return watching ? pass({file_op::rename, from}, real) : real_rename_file(from, to);
 }
 

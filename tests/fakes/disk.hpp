@@ -1,8 +1,8 @@
 // The files of cl/os/file.hpp: the real ones, which fail on demand. What a test doesn't ask for passes on as
 // it is. Thread-safe, except for reset, on_call and setting up the faults while other threads use the disk.
 //
-// A test that uses more than pass-through begins with reset(), which gives it an empty folder; after the test
-// all of it is gone.
+// From reset() to its end a test has a folder of its own: all names that it uses, C:\data\a.txt as well as
+// a.txt, are those of files in there, and all folders exist. Each change of a file gives it another time.
 #pragma once
 
 #include "cl/os/file.hpp"
@@ -43,11 +43,8 @@ struct disk {
 
     // An empty folder, and no faults, open handles, hook or log.
     static void reset();
-    // A file's path in that folder.
-    static std::wstring path(const std::wstring& name);
 
-    // Files, past all faults. `bytes` of a missing file is empty; `names` are those in the folder, sorted.
-    // Each `put` stamps the file with another time.
+    // Files, past all faults. `bytes` of a missing file is empty; `names` are sorted.
     static void put(const std::wstring& path, const std::string& bytes);
     static std::string bytes(const std::wstring& path);
     static bool exists(const std::wstring& path);
@@ -60,8 +57,8 @@ struct disk {
 
     // Someone else who holds the file open, as if he had opened it with these words of cl/os/file.hpp; the
     // file is made if it isn't there. release ends it.
-    static cl::os::file_handle hold(const std::wstring& path, std::uint32_t access, std::uint32_t share);
-    static void release(cl::os::file_handle holder);
+    static int hold(const std::wstring& path, std::uint32_t access, std::uint32_t share);
+    static void release(int holder);
 
     // Faults. Several may stand at once; each of these adds one.
 
