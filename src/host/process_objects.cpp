@@ -24,24 +24,13 @@
 #include "version.h"
 
 #include <cstdlib>
-#include <new>
 #include <random>
 #include <string>
 
 namespace {
 
-// Where an object stands that is constructed ahead of `main` and never destroyed. The place is
-// constant-initialised, so that a constant may refer to the object.
-template <class T>
-union place {
-    constexpr place() : nothing{} {}
-    constexpr ~place() {}
-    char nothing;
-    T object;
-};
-
-constinit place<cl::passive_timer> slow;
-constinit place<cl::file_trace> log_place;
+constinit cl::never_destroyed<cl::passive_timer> slow;
+constinit cl::never_destroyed<cl::file_trace> log_place;
 constinit cl::never_destroyed<std::wstring> dll_path_place;
 
 } // namespace
@@ -51,7 +40,7 @@ namespace cl {
 // vfl.exe is a console application in every mode.
 constinit bool console_application = true;
 
-constinit file_trace& trace_file = log_place.object;
+file_trace& trace_file = *log_place;
 
 } // namespace cl
 
@@ -75,10 +64,10 @@ struct os_setup {
 // The timer "slow" runs all that may be late. It comes ahead of everything that arms it, so that it ends
 // after that.
 struct slow_life {
-    slow_life() { new (&slow.object) cl::passive_timer("slow"); }
+    slow_life() { slow.create("slow"); }
     // Ends the worker, with a kill after 5 s, and drops what has not fired: whose work must not be lost does
     // it itself ahead of this.
-    ~slow_life() { slow.object.shut_down(); }
+    ~slow_life() { slow->shut_down(); }
     slow_life(const slow_life&) = delete;
     slow_life& operator=(const slow_life&) = delete;
 } live_slow;
@@ -92,7 +81,7 @@ struct console_setup {
 cl::debug_trace debugger_sink("");
 
 struct log_life {
-    log_life() { new (&log_place.object) cl::file_trace(&slow.object); }
+    log_life() { log_place.create(&*slow); }
     ~log_life() { cl::trace_file.shut_down(); }
     log_life(const log_life&) = delete;
     log_life& operator=(const log_life&) = delete;
@@ -174,7 +163,7 @@ constinit bool game_analyzer_requested = false;
 namespace cl {
 
 // Behind the timer and the log, which its last flush at the end uses.
-cached_ini global_ini(slow.object);
+cached_ini global_ini(*slow);
 
 // They use nothing and nothing here uses them.
 const jctrl<'{', 5> json_open_object;
@@ -193,10 +182,10 @@ struct exit_hook {
     exit_hook() = default;
     ~exit_hook() {
         cl::libraries.begin_end();
-        if (slow.object.worker_lost())
+        if (slow->worker_lost())
             debugger_sink.give_up_dead_lock();
         cl::trace_file.finish();
-        slow.object.flush_sweep(5000);
+        slow->flush_sweep(5000);
     }
     exit_hook(const exit_hook&) = delete;
     exit_hook& operator=(const exit_hook&) = delete;

@@ -1,6 +1,7 @@
 #include "host/service_manager.hpp"
 
-#include "cl/sys/dynamic_entry.hpp"
+#include "cl/os/never_destroyed.hpp"
+#include "cl/sys/bound_function.hpp"
 #include "product/names.hpp"
 
 #include <atomic>
@@ -59,11 +60,11 @@ failure report_service_state(std::uint32_t state) {
 }
 
 failure query_user_token(std::uint32_t session_id) {
-    using query_function = BOOL(WINAPI*)(ULONG, PHANDLE);
     // Bound on first use and kept: a handler may still run while the process ends.
-    static const cl::dynamic_entry& entry = *new cl::dynamic_entry(L"WTSAPI32.DLL", "WTSQueryUserToken");
+    static cl::never_destroyed<cl::bound_function<BOOL(ULONG, PHANDLE)>> query(std::in_place, L"WTSAPI32.DLL",
+                                                                               "WTSQueryUserToken");
     HANDLE token = nullptr;
-    const failure error = failure_unless(entry.address && entry.as<query_function>()(session_id, &token));
+    const failure error = failure_unless(*query && (*query)(session_id, &token));
     if (!error)
         CloseHandle(token);
     return error;

@@ -1,7 +1,7 @@
 #include "product/locations.hpp"
 
 #include "cl/os/never_destroyed.hpp"
-#include "cl/sys/dynamic_entry.hpp"
+#include "cl/sys/bound_function.hpp"
 #include "cl/sys/registry_key.hpp"
 #include "cl/text/string_util.hpp"
 #include "product/directory_chain.hpp"
@@ -28,10 +28,12 @@ static_assert(sizeof(cl::guid) == sizeof(GUID));
 
 // Kept to the end of the process. A release would come before the log's last flush, as this is bound after
 // the process-wide objects, and unloading a library may block there.
-const cl::dynamic_entry& known_folder_entry() {
-    static cl::never_destroyed<cl::dynamic_entry> entry(std::in_place, L"SHELL32.DLL",
-                                                        "SHGetKnownFolderPath");
-    return *entry;
+using known_folder_function = HRESULT(const cl::guid* folder, DWORD flags, HANDLE token, PWSTR* path);
+
+const cl::bound_function<known_folder_function>& known_folder_query() {
+    static cl::never_destroyed<cl::bound_function<known_folder_function>> bound(std::in_place, L"SHELL32.DLL",
+                                                                                "SHGetKnownFolderPath");
+    return *bound;
 }
 
 } // namespace
@@ -54,9 +56,7 @@ bool read_install_dir(const std::wstring& product, std::wstring& out) {
 }
 
 std::wstring known_folder_path(const cl::guid& folder) {
-    const auto query =
-        known_folder_entry()
-            .as<HRESULT(WINAPI*)(const cl::guid* folder, DWORD flags, HANDLE token, PWSTR* path)>();
+    const auto& query = known_folder_query();
     if (!query)
         return {};
     PWSTR found = nullptr;

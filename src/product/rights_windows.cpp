@@ -1,7 +1,7 @@
 #include "product/rights.hpp"
 
 #include "cl/os/never_destroyed.hpp"
-#include "cl/sys/dynamic_entry.hpp"
+#include "cl/sys/bound_function.hpp"
 
 #include <windows.h>
 
@@ -10,9 +10,10 @@ namespace vfl {
 namespace {
 
 struct security_entries {
-    cl::dynamic_entry allocate{L"ADVAPI32.DLL", "AllocateAndInitializeSid"};
-    cl::dynamic_entry free{L"ADVAPI32.DLL", "FreeSid"};
-    cl::dynamic_entry check{L"ADVAPI32.DLL", "CheckTokenMembership"};
+    cl::bound_function<decltype(AllocateAndInitializeSid)> allocate{L"ADVAPI32.DLL",
+                                                                    "AllocateAndInitializeSid"};
+    cl::bound_function<decltype(FreeSid)> free_sid{L"ADVAPI32.DLL", "FreeSid"};
+    cl::bound_function<decltype(CheckTokenMembership)> check{L"ADVAPI32.DLL", "CheckTokenMembership"};
 };
 
 // Kept to the end of the process. A release would come before the log's last flush, as these are bound after
@@ -25,20 +26,18 @@ const security_entries& entries() {
 } // namespace
 
 bool is_admin() {
-    const auto allocate = entries().allocate.as<decltype(&AllocateAndInitializeSid)>();
-    const auto free_sid = entries().free.as<decltype(&FreeSid)>();
-    const auto check = entries().check.as<decltype(&CheckTokenMembership)>();
-    if (!allocate || !free_sid || !check)
+    const security_entries& calls = entries();
+    if (!calls.allocate || !calls.free_sid || !calls.check)
         return false;
 
     SID_IDENTIFIER_AUTHORITY authority = {SECURITY_NT_AUTHORITY};
     PSID administrators = nullptr;
-    if (!allocate(&authority, 2, SECURITY_BUILTIN_DOMAIN_RID, DOMAIN_ALIAS_RID_ADMINS, 0, 0, 0, 0, 0, 0,
-                  &administrators))
+    if (!calls.allocate(&authority, 2, SECURITY_BUILTIN_DOMAIN_RID, DOMAIN_ALIAS_RID_ADMINS, 0, 0, 0, 0, 0, 0,
+                        &administrators))
         return false;
     BOOL member = FALSE;
-    const BOOL asked = check(nullptr, administrators, &member);
-    free_sid(administrators);
+    const BOOL asked = calls.check(nullptr, administrators, &member);
+    calls.free_sid(administrators);
     return asked && member;
 }
 

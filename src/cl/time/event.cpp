@@ -1,8 +1,7 @@
 #include "cl/time/event.hpp"
 
-#include "cl/format/format.hpp"
 #include "cl/os/clock.hpp"
-#include "cl/trace/trace_list.hpp"
+#include "cl/trace/say.hpp"
 
 #include <algorithm>
 #include <atomic>
@@ -45,10 +44,7 @@ std::int32_t wait_for_objects(const std::vector<os::event_handle>& handles, std:
     }
     if (long_wait_is_news.load(std::memory_order_relaxed)) {
         long_wait_is_news.store(false, std::memory_order_relaxed);
-        trace_write(&trace_err, (basic_format<char>("waiting for %? objects; max allowed is %?!\n")
-                                 << n << os::max_wait_events)
-                                    .str()
-                                    .c_str());
+        say(trace_err, "waiting for %? objects; max allowed is %?!\n", n, os::max_wait_events);
     }
     os::sleep_ms(std::min(timeout_ms, poll_ms));
     return -1;

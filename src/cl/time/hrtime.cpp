@@ -1,6 +1,6 @@
 #include "cl/time/hrtime.hpp"
 
-#include "cl/format/format.hpp"
+#include "cl/format/text.hpp"
 #include "cl/text/text_convert.hpp"
 #include "cl/trace/trace_list.hpp"
 
@@ -155,30 +155,23 @@ std::string hrtime_clock::describe() const {
     switch (mode) {
     case source_tsc:
     case source_tsc_raw:
-        return (basic_format<char>("Using %?CPU TSC running at %#,.3? MHz; congruence=%#,.3?%%\n")
-                << (mode == source_tsc ? "" : "raw ") << tsc_hz / 1000 << congruence.load())
-            .str();
+        return text("Using %?CPU TSC running at %#,.3? MHz; congruence=%#,.3?%%\n",
+                    (mode == source_tsc ? "" : "raw "), tsc_hz / 1000, congruence.load());
     case source_perfcnt: {
-        std::string text =
-            (basic_format<char>("Using performance counter running at %#,.3? MHz") << perf_hz / 1000).str();
+        std::string report = text("Using performance counter running at %#,.3? MHz", perf_hz / 1000);
         if (tsc_hz_second != 0)
-            text +=
-                (basic_format<char>("; TSC=%?/%? MHz") << tsc_hz_first / 1000000 << tsc_hz_second / 1000000)
-                    .str();
-        return text + "\n";
+            report += text("; TSC=%?/%? MHz", tsc_hz_first / 1000000, tsc_hz_second / 1000000);
+        return report + "\n";
     }
     case source_ticks:
-        return (basic_format<char>("Using OS tick counter, granularity %? Hz\n") << frequency.load()).str();
+        return text("Using OS tick counter, granularity %? Hz\n", frequency.load());
     case source_interrupt:
-        return (basic_format<char>("Using kernel interrupt timer, granularity %#,.3? MHz\n")
-                << frequency / 1000)
-            .str();
+        return text("Using kernel interrupt timer, granularity %#,.3? MHz\n", frequency / 1000);
     case source_mmtime: {
         // 100 ns units to thousandths of a hertz. An unknown period shows as a rate of 0.
         const std::uint64_t units = sources.interrupt_period();
-        return (basic_format<char>("Using multimedia timer at %#,.3? Hz\n")
-                << (units == 0 ? std::uint64_t{0} : 10000000000 / units))
-            .str();
+        return text("Using multimedia timer at %#,.3? Hz\n",
+                    (units == 0 ? std::uint64_t{0} : 10000000000 / units));
     }
     default:
         return "No high-resolution timer found.\n";
