@@ -102,15 +102,19 @@ ini_section* ini_sections::find(std::wstring_view name) {
     return const_cast<ini_section*>(std::as_const(*this).find(name));
 }
 
-ini_section& ini_sections::find_or_make(std::wstring_view name) {
+// A section that isn't there yet is made in `fresh`, from where `insert` takes it once it is complete.
+ini_section& ini_sections::find_or_make(std::wstring_view name, std::list<ini_section>& fresh) {
     if (ini_section* found = find(name))
         return *found;
-    std::list<ini_section> one(1);
-    ini_section& made = one.front();
+    ini_section& made = fresh.emplace_back();
     made.name = trim_both(name);
     made.done = true;
-    by_name_.add(list_, made.name.empty() ? list_.begin() : list_.end(), one);
     return made;
+}
+
+void ini_sections::insert(std::list<ini_section>& fresh) {
+    if (!fresh.empty())
+        by_name_.add(list_, fresh.front().name.empty() ? list_.begin() : list_.end(), fresh);
 }
 
 bool ini_sections::value(std::wstring_view section, std::wstring_view key, std::wstring& value) const {
@@ -159,7 +163,8 @@ void ini_sections::names(std::vector<std::wstring>& names) const {
 }
 
 void ini_sections::write_value(std::wstring_view section, std::wstring_view key, const std::wstring& value) {
-    ini_section& target = find_or_make(section);
+    std::list<ini_section> fresh;
+    ini_section& target = find_or_make(section, fresh);
     key = trim_both(key);
     ini_entry* entry = target.find(key);
     // An emptied, deleted entry that is given an empty value finds no difference and stays deleted:
@@ -180,6 +185,7 @@ void ini_sections::write_value(std::wstring_view section, std::wstring_view key,
     }
     target.deleted = false;
     target.changed = true;
+    insert(fresh);
 }
 
 void ini_sections::write_section(std::wstring_view section, const std::vector<std::wstring>& lines) {
@@ -190,12 +196,14 @@ void ini_sections::write_section(std::wstring_view section, const std::vector<st
         entry.modified = true;
         entry.parse(line);
     }
-    ini_section& target = find_or_make(name);
+    std::list<ini_section> fresh;
+    ini_section& target = find_or_make(name, fresh);
     target.name = std::move(name);
     target.deleted = false;
     target.replaced = target.changed = true;
     target.entries = std::move(entries);
     target.by_key.clear();
+    insert(fresh);
 }
 
 bool ini_sections::delete_value(std::wstring_view section, std::wstring_view key) {
@@ -269,8 +277,16 @@ void ini_sections::restore(ini_section& target, ini_section& section) noexcept {
     target.changed = true;
     target.in_file = target.in_file || section.in_file;
     target.replaced = target.replaced || section.replaced;
-    if (target.replaced) // all of it is written, as it is now
+    if (target.replaced) {
+        // All of it is written, as it is now; none of its lines stands in the file.
+        target.by_key.clear();
+        target.entries.remove_if([](const ini_entry& entry) { return entry.deleted; });
+        for (ini_entry& entry : target.entries) {
+            entry.modified = true;
+            entry.in_file = false;
+        }
         return;
+    }
     auto from = target.entries.begin();
     for (auto next = section.entries.begin(); next != section.entries.end();) {
         const auto entry = next++;

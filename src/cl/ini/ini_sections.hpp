@@ -103,7 +103,8 @@ public:
 private:
     const ini_section* find(std::wstring_view name) const;
     ini_section* find(std::wstring_view name);
-    ini_section& find_or_make(std::wstring_view name);
+    ini_section& find_or_make(std::wstring_view name, std::list<ini_section>& fresh);
+    void insert(std::list<ini_section>& fresh);
 
     static void restore(ini_section& target, ini_section& section) noexcept;
 

@@ -1,75 +1,60 @@
-// The direct operations, and the cache where it must do the same: bytes of a file in, results and bytes out.
+// The direct operations: bytes of a file in, results and bytes out.
 #include "cl/ini/ini_fixture.hpp"
-#include "cl/ini/ini_script.hpp"
+#include "rows.hpp"
 
+#include <functional>
 #include <gtest/gtest.h>
 
 namespace {
 
 using namespace ini_fixture;
-using namespace ini_script;
 using fakes::disk;
 using fakes::file_call;
 using fakes::file_op;
+using string = std::wstring;
+using text = std::vector<string>;
+
+text lines_of(const string& s) {
+    text lines;
+    for (std::size_t at = 0, end = 0; at < s.size(); at = end + 1) {
+        end = std::min(s.find('\n', at), s.size());
+        lines.push_back(s.substr(at, end - at));
+    }
+    return lines;
+}
+
+bool edit(cl::ini_file& file, const row& r) {
+    const string what = r.wide("edit"), section = r.wide("section"), key = r.wide("key"),
+                 value = r.wide("value");
+    return what == L"set"       ? file.write_value(section, key, value, true)
+           : what == L"drop"    ? file.delete_value(section, key)
+           : what == L"replace" ? file.write_section(section, lines_of(value))
+                                : file.delete_section(section);
+}
 
 // Each edit on a source in each encoding, with and without the mark, as a Unicode file and as an ANSI one.
 TEST(ini_file, edits) {
-    const struct {
-        const char* name;
-        string source;
-        edit change;
-        string expected; // line feeds stand for CR LF
-    } rows[] = {
-        {"a key keeps its place, its repeat stays", L"[b]\nk=0\n[a]\n x=1\n K = 1\nk=2\n",
-         edit::set(L" A ", L"k ", L"\t5"), L"[b]\nk=0\n[a]\nx=1\nk =\t5\nk=2\n"},
-        {"a new key goes behind the blank lines of the first section", L"[a]\nx=1\n\n \n[b]\n[a]\n",
-         edit::set(L"a", L"k", L"v"), L"[a]\nx=1\n\n\nk=v\n[b]\n[a]\n"},
-        {"a new key in the last section", L"[a]\nx=1", edit::set(L"a", L"k", L"v"), L"[a]\nx=1\nk=v\n"},
-        {"a new section", L"[b]\n", edit::set(L"  Sec ", L"k", L"v"), L"[b]\n[  Sec ]\nk=v\n"},
-        {"a key of the second section is added to the first as well", L"[a]\nx=1\n[a]\nk=1\n[a]\n",
-         edit::set(L"a", L"k", L"2"), L"[a]\nx=1\nk=2\n[a]\nk=2\n[a]\n"},
-        {"comments and headers of other shapes", L";k=0\n[a tail=1\n;k=1\n[ a ] k=2\nk=3 ; c\n",
-         edit::set(L"a", L"k", L"4"), L";k=0\n[a tail=1\n;k=1\n[ a ] k=2\nk=4\n"},
-        {"an empty key matches a line without one", L"[a]\n = 1\nk=1\n", edit::set(L"a", L" ", L"2"),
-         L"[a]\n =2\nk=1\n"},
-        {"white space inside a key stands as it is", L"[a]\nk\tl=1\n", edit::set(L"a", L"k l", L"2"),
-         L"[a]\nk\tl=1\nk l=2\n"},
-        {"lines before the first header can't be reached", L"k=1\n[a]\n", edit::set(L"", L"k", L"2"),
-         L"k=1\n[a]\n[]\nk=2\n"},
-        {"copied lines lose their indentation and their line ends", L"\r\t a \r\n \n;c \r[a] t \r\n k = v \n",
-         edit::drop(L"a", L"none"), L"\na \n\n;c \n[a] t \nk = v \n"},
-        {"the first line of a key goes, in each section of that name",
-         L"k=0\n[a]\n;k=1\nk=1\nK=2\n[b]\nk=3\n[A]\nk=4\nk=5\n", edit::drop(L"a", L"k"),
-         L"k=0\n[a]\n;k=1\nK=2\n[b]\nk=3\n[A]\nk=5\n"},
-        {"a section gets its lines as they are, its repeat loses its own",
-         L"x=1\n[a] t\ny=1\n;c\n\n[b]\n[A]\nz=1\n", edit::replace(L" a", {L" l = 1 ", L";d"}),
-         L"x=1\n[a] t\n l = 1 \n;d\n[b]\n[A]\n"},
-        {"a new section with lines", L"[b]\n", edit::replace(L" a", {L"k=1"}), L"[b]\n[ a]\nk=1\n"},
-        {"every section of the name goes, up to the next header", L"[a]\n;c\n\n;d\n[b]\n x=1\n[ A ]\ny=1\n",
-         edit::remove(L"a"), L"[b]\nx=1\n"},
-        {"an empty source", L"", edit::set(L"a", L"k", L"v"), L"[a]\nk=v\n"},
-    };
-    for (const auto& row : rows) {
+    for_rows("ini_edits.tsv", [](const row& r) {
         for (std::uint32_t source = 0; source < 2 * cl::encoding_count; ++source) {
             const std::uint32_t encoding = source / 2;
             const bool unicode = source % 2, marked = encoding != cl::encoding_ansi;
-            SCOPED_TRACE(std::string(row.name) + ", encoding " + std::to_string(source));
+            SCOPED_TRACE("encoding " + std::to_string(source));
             world around;
             cl::ini_file file;
             file.set_file(file_path, unicode);
-            disk::put(file_path, encoded(row.source, encoding));
-            EXPECT_TRUE(row.change.apply(file));
-
-            const bool first_blank = row.source.empty() || row.source[0] == '\r';
+            const string before = r.wide("source");
+            disk::put(file_path, encoded(before, encoding));
+            EXPECT_TRUE(edit(file, r));
+            const bool first_blank = before.empty() || before[0] == '\r';
             const string expected =
-                (marked && !first_blank ? L"\r\n" : L"") + with_crlf(lines_of(row.expected));
+                (marked && !first_blank ? L"\r\n" : L"") + with_crlf(lines_of(r.wide("expected")));
             EXPECT_EQ(disk::bytes(file_path),
                       encoded(expected, marked || !unicode ? encoding : std::uint32_t{cl::encoding_utf8}));
             EXPECT_EQ(disk::names(), std::vector<string>{file_path});
             EXPECT_EQ(disk::open_handles(), 0);
             EXPECT_EQ(around.trace.err.text + around.trace.out.text, "");
         }
-    }
+    });
 }
 
 TEST(ini_file, lookups) {

@@ -35,15 +35,15 @@ struct cache {
     }
 
     // The lookups, as in the real one.
-    bool get_section_names(text& names) const {
+    bool names(text& names) const {
         names.clear();
         for (const section& s : sections)
             if (!s.deleted)
                 names.push_back(s.name);
         return true;
     }
-    bool section_exists(const string& name) { return find(name) != nullptr; }
-    bool get_section(const string& name, text& lines, unsigned flags) {
+    bool exists(const string& name) { return find(name) != nullptr; }
+    bool lines(const string& name, text& lines, unsigned flags) {
         const section* const s = find(name);
         if (!s || s->deleted)
             return false;
@@ -53,7 +53,7 @@ struct cache {
                 lines.push_back(e.line());
         return true;
     }
-    bool get_section_pairs(const string& name, std::vector<std::pair<string, string>>& pairs) {
+    bool pairs(const string& name, std::vector<std::pair<string, string>>& pairs) {
         const section* const s = find(name);
         if (!s || s->deleted)
             return false;
@@ -62,7 +62,7 @@ struct cache {
                 pairs.emplace_back(e.key, e.value);
         return true;
     }
-    bool get_value(const string& name, const string& key, string& value) {
+    bool value(const string& name, const string& key, string& value) {
         const entry* const e = find(find(name), key, true);
         if (e)
             value = e->value;
@@ -85,19 +85,17 @@ struct cache {
         }
     }
 
-    // The edits answer whether a flush is to be scheduled.
-    bool write_value(const string& name, const string& key, const string& value, bool schedule) {
+    void write_value(const string& name, const string& key, const string& value) {
         section& s = make(name);
         entry* e = find(&s, key, false);
         dirty = true;
         if (e && e->key == trim(key) && e->value == value)
-            return schedule;
+            return;
         if (!e)
             e = &s.entries.emplace_back();
         *e = {trim(key), value, true, false, false, e->raw};
         s.deleted = false;
         s.changed = true;
-        return schedule;
     }
     bool write_section(const string& name, const text& lines) {
         section& s = make(name);
