@@ -23,10 +23,11 @@ public:
         const cl::mutex_auto scope(lock_, true);
         state_ = 0;
     }
-    // Stopped is the last state of a service: a start that ends after it reports nothing.
+    // Stopped is the last state of a service: a start that ends after it reports nothing. A second stop is
+    // reported like the first.
     failure change(std::uint32_t state) {
         const cl::mutex_auto scope(lock_, true);
-        if (state_ == service_stopped)
+        if (state_ == service_stopped && state != service_stopped)
             return {};
         state_ = state;
         return report_service_state(state);

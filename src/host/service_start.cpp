@@ -14,12 +14,13 @@ namespace vfl {
 
 namespace {
 
-// Holds the library from the start to the end of the stop; null while nothing does. Whoever takes it out owns
-// it, so that a start and a stop beside it never drop the same one.
-constinit std::atomic<cl::dynamic_entry*> start_binding{nullptr};
+// The first holds the library from the start to the end of the stop, the second for the length of the stop's
+// call. Null while nothing is bound. Whoever takes a binding out owns it, so that a start and a stop beside
+// it never drop the same one.
+constinit std::atomic<cl::dynamic_entry*> start_binding{nullptr}, stop_binding{nullptr};
 
-void replace_start_binding(cl::dynamic_entry* next) {
-    delete start_binding.exchange(next);
+void rebind(std::atomic<cl::dynamic_entry*>& binding, cl::dynamic_entry* next) {
+    delete binding.exchange(next);
 }
 
 } // namespace
@@ -33,7 +34,7 @@ bool start_service() {
     }
     // What is said so far is on the disk before foreign code runs.
     cl::trace_file.flush(true);
-    replace_start_binding(nullptr);
+    rebind(start_binding, nullptr);
     // A reference of its own for the length of the call: a stop beside it may drop the other one.
     const library_function<vfl_start_service_ex> start(VFL_START_SERVICE);
     cl::dynamic_entry* const held =
@@ -42,19 +43,20 @@ bool start_service() {
         say_not_loaded(L"Unable to load %?\n", start.error);
         return false;
     }
-    replace_start_binding(held);
+    rebind(start_binding, held);
     return (start.call(VFL_CALL_TOKEN) & 0xFF) != 0;
 }
 
 void stop_service() {
     cl::say(cl::trace_out, "stop_service()\n");
     cl::trace_file.flush(true);
-    {
-        const library_function<vfl_stop_service_ex> stop(VFL_STOP_SERVICE);
-        if (stop)
-            stop.call(VFL_CALL_TOKEN);
-    }
-    replace_start_binding(nullptr);
+    rebind(stop_binding, nullptr);
+    auto* const stop = new (std::nothrow) cl::dynamic_entry(dll_path, VFL_STOP_SERVICE);
+    rebind(stop_binding, stop);
+    if (stop && stop->address)
+        stop->as<vfl_stop_service_ex*>()(VFL_CALL_TOKEN);
+    rebind(stop_binding, nullptr);
+    rebind(start_binding, nullptr);
 }
 
 } // namespace vfl

@@ -8,7 +8,8 @@ namespace vfl {
 bool start_service();
 
 // Stops the library and lets go of it. That unloads it, unless a start is still inside: it waits for nobody,
-// and the start lets go of the library when it returns. Safe when no start was tried or has succeeded.
+// and the start lets go of the library when it returns. A start that hasn't bound the library yet goes on all
+// the same, and holds it to the end of the process. Safe when no start was tried or has succeeded.
 void stop_service();
 
 } // namespace vfl

@@ -84,9 +84,9 @@ bool wait_at_console(HANDLE input) {
 DWORD WINAPI wait_at_stream(void* input) {
     char byte = 0;
     DWORD count = 0;
-    const bool read = ReadFile(input, &byte, 1, &count, nullptr) != 0;
+    const DWORD error = ReadFile(input, &byte, 1, &count, nullptr) ? NO_ERROR : GetLastError();
     const bool end_of_pipe =
-        GetFileType(input) == FILE_TYPE_PIPE && (read || GetLastError() == ERROR_BROKEN_PIPE);
+        GetFileType(input) == FILE_TYPE_PIPE && (error == NO_ERROR || error == ERROR_BROKEN_PIPE);
     if (count > 0 || end_of_pipe)
         SetEvent(end_asked);
     return 0;
