@@ -51,7 +51,7 @@ int run_connection_view(cl::os::device_handle device, bool ever, bool hex, bool 
         if (!ever)
             return end.done ? 0 : 1;
         if (cl::reader_has_gone())
-            return 0; // the user\'s end
+            return 0; // the user's end
         cl::os::sleep_ms(pause_ms);
     }
 }

@@ -10,7 +10,8 @@ namespace vfl {
 // Nothing is written for no connections. With `hex` the reply's bytes come first, as a dump. A failed request
 // writes "error N" to trace_out, after the transport's own message. `time` as for ioctl_bin_command.
 //
-// Returns 0 when the request succeeded, else 1; with `ever` it doesn't return. The device stays the caller's.
+// Returns 0 when the request succeeded, else 1. With `ever` it returns only when nobody reads the pipe any
+// more to which it writes, and then 0. The device stays the caller's.
 int run_connection_view(cl::os::device_handle device, bool ever, bool hex, bool time);
 
 } // namespace vfl

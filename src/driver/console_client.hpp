@@ -10,8 +10,8 @@
 namespace vfl {
 
 // Opens the control device and does what the raw command line asks for; a given `command` (null for none) is
-// sent once instead, with no option. Returns 0 when the last request succeeded, else 1. With -ever it doesn't
-// return.
+// sent once instead, with no option. Returns 0 when the last request succeeded, else 1. With -ever it
+// returns only when nobody reads the pipe any more to which it writes, and then 0.
 int run_console_client(const wchar_t* device_name, std::uint32_t code, const wchar_t* command);
 
 // Sends one text command and prints its reply, with `hex` as a dump, or the error. True on success.

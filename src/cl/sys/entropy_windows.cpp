@@ -176,10 +176,10 @@ moment read_moment() {
 } // namespace
 
 std::string entropy_text(bool refresh) {
-    static never_destroyed<std::string> cache(std::in_place); // made once
-    if (refresh || cache->empty())
-        *cache = stable_seed_text(os_info, cpu_info, read_identity());
-    return *cache + varying_seed_text(read_moment());
+    static never_destroyed<std::string> entropy_cache(std::in_place); // made once
+    if (refresh || entropy_cache->empty())
+        *entropy_cache = stable_seed_text(os_info, cpu_info, read_identity());
+    return *entropy_cache + varying_seed_text(read_moment());
 }
 
 md5_digest seed_digest(bool refresh) {
