@@ -60,7 +60,9 @@ TEST_F(file_trace_real, another_holds_the_log) {
         const os::file_handle held = hold(log, row.access, row.share);
         say(row.name);
         const std::string line = std::string(row.name) + "\r\n";
-        EXPECT_EQ(bytes(log), expected + (row.blocks ? "" : line));
+        if (row.share != 0) { // who shares nothing keeps the test out, too
+            EXPECT_EQ(bytes(log), expected + (row.blocks ? "" : line));
+        }
         os::close_file(held);
         expected += line;
         trace.flush(true);

@@ -34,7 +34,8 @@ struct checker {
             if (line == "\r" || line == "buffer overflow\r") {
                 marks += line.size() > 1;
             } else if (line.size() > 11 && line[10] == ' ' && line.back() == '\r' &&
-                       std::sscanf(line.c_str() + 11, "%c %lld ", &writer, &number) == 2 &&
+                       std::sscanf(line.c_str() + 11, "%c %lld ", &writer, &number) == 2 && writer >= 'a' &&
+                       writer < 'a' + static_cast<int>(writers) &&
                        line.find_first_not_of('.', line.rfind(' ') + 1) == line.size() - 1) {
                 long long& expected = next.at(static_cast<std::size_t>(writer - 'a'));
                 ASSERT_GE(number, expected) << line;
