@@ -14,7 +14,7 @@ if [ $# -eq 0 ]; then
 elif [ "$1" = --unchecked ]; then
     shift
 fi
-build_preset windows vfl.exe service_setup.exe || exit 1
+build_preset windows vfl.exe vflctl.exe service_setup.exe || exit 1
 cd "$ROOT" || exit 2
 version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' build/windows/CMakeCache.txt)
 [ -n "$version" ] || die "no version in build/windows"
@@ -33,6 +33,7 @@ docs=${docs/\/>/ KeyPath=\"yes\"\/>}
 # A version is one product, however often it is built.
 product=$(uuidgen --sha1 --namespace F456EA33-AC1E-47D5-BAEF-C37A18C1A2F6 --name "${1:-$version}" | tr a-f A-F)
 sed -e "s|@VERSION@|${1:-$version}|; s|@PRODUCT@|$product|; s|@EXE@|build/windows/vfl.exe|" \
+    -e "s|@CTL@|build/windows/vflctl.exe|" \
     -e "s|@SETUP@|build/windows/packaging/service_setup.exe|; s|@DOCS@|$docs|" packaging/vfl.wxs >"$folder/vfl.wxs"
 msi=$folder/vfl-${1:-$version}.msi
 rm -f "$msi"
@@ -61,5 +62,7 @@ P
 top=vfl-$version
 words=()
 for doc in docs/*.md docs/*.svg; do words+=("$doc=$top/$doc"); done
-zip "$folder/$top.zip" "build/windows/vfl.exe=$top/vfl.exe" "LICENSE=$top/licence.txt" "README.md=$top/README.md" "${words[@]}"
-zip "$folder/$top-symbols.zip" "build/windows/vfl.exe.debug=$top/vfl.exe.debug"
+zip "$folder/$top.zip" "build/windows/vfl.exe=$top/vfl.exe" "build/windows/vflctl.exe=$top/vflctl.exe" \
+    "LICENSE=$top/licence.txt" "packaging/notices.txt=$top/notices.txt" "README.md=$top/README.md" "${words[@]}"
+zip "$folder/$top-symbols.zip" "build/windows/vfl.exe.debug=$top/vfl.exe.debug" \
+    "build/windows/vflctl.exe.debug=$top/vflctl.exe.debug"

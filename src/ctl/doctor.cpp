@@ -2,6 +2,7 @@
 
 #include "cl/format/text.hpp"
 #include "contracts/service_library.h"
+#include "ctl/command_table.hpp"
 #include "ctl/json_text.hpp"
 #include "product/names.hpp"
 
@@ -31,6 +32,10 @@ std::wstring number(std::uint64_t n) {
 
 std::wstring error_number(std::uint32_t error) {
     return L"error " + number(error);
+}
+
+std::wstring meaning_of(std::uint32_t error) {
+    return L"what the number means: net helpmsg " + number(error);
 }
 
 // As people write a folder.
@@ -158,7 +163,7 @@ result check_driver(const machine_facts& f) {
                     administrator);
     if (f.nop.open_error != 0)
         return fail(L"the driver's device can't be opened (" + error_number(f.nop.open_error) + L")",
-                    L"by the number");
+                    meaning_of(f.nop.open_error));
     if (!f.nop.end.done)
         return fail(L"the driver refuses the empty operation (" + error_number(f.nop.end.error) + L")",
                     L"see that driver and vfl.exe belong together");
@@ -203,7 +208,7 @@ result check_settings_file(const machine_facts& f) {
         return fail(L"no rights to read global.ini (error 5)", administrator);
     if (f.settings_error != 0)
         return fail(L"global.ini can't be opened (" + error_number(f.settings_error) + L")",
-                    L"by the number");
+                    meaning_of(f.settings_error));
     if (!f.settings_exist)
         return ok(L"no global.ini: everything has its default");
     if (f.settings_findings.empty())
@@ -242,7 +247,7 @@ result check_hosted_network(const machine_facts& f) {
         return warn(L"the network's name is longer than 32 bytes", L"choose a shorter one");
     if (!f.hosted_passphrase)
         return warn(L"the passphrase is missing, or can't be read by this account",
-                    L"set it again; in any other account than the service's that can be as it should");
+                    L"set it again, unless the service's account can read it");
     if (!f.hosted_state_known)
         return warn(L"the network's state can't be had", L"see the wireless adapter");
     return ok(L"set up");
@@ -345,7 +350,7 @@ void show_text(const std::vector<check_result>& results, output& out) {
         out.put(stream::out, L"nothing is wrong\n");
     else
         out.put(stream::out, counted(fails, L"failure") + L", " + counted(warnings, L"warning") +
-                                 L". For support: vflctl bundle\n");
+                                 (has_command(L"bundle") ? L". For support: vflctl bundle\n" : L"\n"));
 }
 
 std::string doctor_json(const std::vector<check_result>& results, const machine_facts& facts,

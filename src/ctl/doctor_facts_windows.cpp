@@ -100,7 +100,7 @@ void collect_log(machine_facts& f) {
     f.log_exists = kind == path_kind::file;
     if (!f.log_exists)
         return;
-    const log_reading reading = read_product_log(files, rotation_limit(f.data_dir));
+    const log_reading reading = read_product_log(files);
     f.log_error = reading.current.error;
     const log_text log = read_log(reading.parts, reading.process_start);
     if (f.service.state == state_running)
@@ -180,14 +180,12 @@ int run_doctor(const arguments& args, output& out) {
         out.put_bytes(doctor_json(results, facts, iso_time(now, utc_offset_minutes(now))));
     else
         show_text(results, out);
-    switch (overall(results)) {
-    case verdict::fail:
-        return exit_broken;
-    case verdict::warn:
-        return exit_failed;
-    default:
-        return exit_done;
-    }
+    const verdict worst = overall(results);
+    const int code = worst == verdict::fail ? exit_broken : worst == verdict::warn ? exit_failed : exit_done;
+    // The request goes on waiting on its thread, which must not see this program's objects end.
+    if (facts.nop.timed_out || facts.connections.timed_out)
+        ExitProcess(static_cast<UINT>(code));
+    return code;
 }
 
 } // namespace vfl::ctl

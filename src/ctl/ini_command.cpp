@@ -2,6 +2,7 @@
 
 #include "cl/ini/cached_ini.hpp"
 #include "cl/ini/ini_text.hpp"
+#include "cl/os/error.hpp"
 #include "cl/os/file.hpp"
 #include "ctl/commands.hpp"
 #include "ctl/settings_check.hpp"
@@ -39,9 +40,11 @@ std::uint32_t open_error(const std::wstring& path, std::uint32_t access) {
 }
 
 int fail_to_open(output& out, const std::wstring& path, std::uint32_t error) {
-    std::wstring text = L"can't open " + path + L" (error " + std::to_wstring(error) + L")";
+    std::wstring text = L"can't open " + shown(path) + L" (error " + std::to_wstring(error) + L")";
     if (error == cl::os::error_access_denied)
         text += L"; it needs an administrator's console";
+    else if (error == cl::os::error_not_found || error == cl::os::error_path_not_found)
+        text += L"; it isn't there";
     else if (error == cl::os::error_sharing)
         text += L"; another program holds it";
     return fail(out, text, exit_failed);
@@ -81,7 +84,7 @@ int change(const std::wstring& path, const arguments& args, output& out) {
     if (!flushed || there != sets || (sets && now != value)) {
         if (const std::uint32_t error = open_error(path, cl::os::access_write))
             return fail_to_open(out, path, error);
-        return fail(out, L"the change did not reach " + path, exit_failed);
+        return fail(out, L"the change did not reach " + shown(path), exit_failed);
     }
     if (cl::equal_ci(section, host_section) &&
         (cl::equal_ci(key, trace_key) || cl::equal_ci(key, max_trace_size_key)))
@@ -161,8 +164,9 @@ int run_ini_on(const std::wstring& path, const arguments& args, output& out) {
         if (f.verb == args.words[0])
             asked = &f;
     if (!asked)
-        return fail(out, L"unknown word \"" + args.words[0] + L"\" after ini. See vflctl ini --help",
-                    exit_usage);
+        return out.put(stream::err, unknown_word(args.words[0], {L"list", L"get", L"set", L"unset", L"check"},
+                                                 *args.command)),
+               exit_usage;
     if (args.words.size() < asked->least || args.words.size() > asked->most)
         return fail(out, L"it is: vflctl " + std::wstring(asked->usage) + L". See vflctl ini --help",
                     exit_usage);

@@ -21,10 +21,15 @@ BOOL WINAPI on_control(DWORD) {
     return TRUE;
 }
 
-std::wstring reading_error(const std::wstring& path, std::uint32_t error) {
-    std::wstring text = L"vflctl: can't read " + path + L" (error " + std::to_wstring(error) + L")";
-    if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND)
-        text += L"; there is no log yet, or \"trace\" is 0 in the settings";
+bool missing(std::uint32_t error) {
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+}
+
+std::wstring reading_error(const std::wstring& path, std::uint32_t error, bool own = true) {
+    std::wstring text = L"vflctl: can't read " + shown(path) + L" (error " + std::to_wstring(error) + L")";
+    if (missing(error))
+        text +=
+            own ? L"; there is no log yet, or \"trace\" is 0 in the settings" : L"; there is no such file";
     else if (error == ERROR_ACCESS_DENIED)
         text += L"; it is a folder, or it needs an administrator's console";
     else if (error == ERROR_SHARING_VIOLATION)
@@ -35,13 +40,19 @@ std::wstring reading_error(const std::wstring& path, std::uint32_t error) {
 // The lines that are to be shown, in pieces.
 class printer {
 public:
-    printer(output& out, const log_selection& selection) : out_(out), selection_(selection) {}
+    printer(output& out, const log_selection& selection) : out_(out), selection_(selection) {
+        std::size_t width = 0;
+        console_ = out.is_console(stream::out, width);
+    }
 
     void put(const log_text& log, const std::vector<std::size_t>& lines) {
         for (const std::size_t i : lines) {
             const log_line& line = log.lines[i];
             if (selection_.form == log_form::text)
                 text_ += shown_line(log, line, selection_);
+            else if (selection_.form == log_form::raw &&
+                     console_) // whose controls are not for the log to move
+                text_ += shown(line_text(whole_line(log, line))) + L"\n";
             else
                 bytes_ += selection_.form == log_form::raw ? raw_line(log, line)
                                                            : json_line(log, line, utc_offset_minutes);
@@ -63,6 +74,7 @@ private:
 
     output& out_;
     const log_selection& selection_;
+    bool console_ = false;
     std::wstring text_;
     std::string bytes_;
 };
@@ -77,12 +89,13 @@ void follow(product_log& files, const file_reading& from, std::size_t runs, cons
     log_follower follower(files);
     follower.begin(from);
     printer print(out, selection);
-    bool said = from.error != 0;
+    // A log that isn't there is waited for: after each rotation there is none until the next line.
+    bool said = false;
     while (WaitForSingleObject(stop_event, poll_ms) == WAIT_TIMEOUT) {
         const log_follower::step step = follower.next();
-        if (step.error != 0 && !said)
+        if (step.error != 0 && !missing(step.error) && !said)
             out.put(stream::err, reading_error(files.current_path, step.error));
-        said = step.error != 0;
+        said = step.error != 0 && !missing(step.error);
         if (step.gap)
             out.put(stream::err, L"vflctl: lines are missing here: the log was rotated more than once\n");
         if (step.bytes.empty())
@@ -122,16 +135,14 @@ int run_log(const arguments& args, output& out) {
     if (given.empty()) {
         const std::wstring folder = data_folder(product_word);
         files = product_log_in(folder);
-        reading = read_product_log(files, rotation_limit(folder));
-        if (reading.old_left_out)
-            out.put(stream::err, L"vflctl: the log is about to be rotated; its older part is left out\n");
+        reading = read_product_log(files);
         if (reading.old_error != 0)
             out.put(stream::err, reading_error(files.old_path, reading.old_error));
     } else {
         for (const std::wstring& path : std::span(given).first(given.size() - 1)) {
             file_reading older = read_shared(path, {}, 0);
             if (older.error != 0) {
-                out.put(stream::err, reading_error(path, older.error));
+                out.put(stream::err, reading_error(path, older.error, false));
                 return exit_failed;
             }
             reading.parts.push_back({std::move(older.bytes), to_local(older.last_write)});
@@ -142,7 +153,7 @@ int run_log(const arguments& args, output& out) {
     std::vector<log_part>& parts = reading.parts;
     const file_reading& current = reading.current;
     if (current.error != 0 && (parts.empty() || !given.empty()) && !args.has(L"-f")) {
-        out.put(stream::err, reading_error(files.current_path, current.error));
+        out.put(stream::err, reading_error(files.current_path, current.error, given.empty()));
         return exit_failed;
     }
     if (last_day && !parts.empty()) {
@@ -152,10 +163,14 @@ int run_log(const arguments& args, output& out) {
         if (!alone.lines.empty())
             parts.back().last_write = *last_day * day_ms + alone.lines.back().time_of_day;
     }
+    // A line that is still being written is shown when it is whole.
+    if (args.has(L"-f") && current.error == 0)
+        parts.back().bytes.resize(parts.back().bytes.rfind('\n') + 1);
     const log_text log = read_log(parts, reading.process_start);
     const std::vector<std::size_t> lines = select_lines(log, selection);
     if (selection.run != log_selection::all_runs && selection.run > log.runs) {
-        out.put(stream::err, L"vflctl: the log has " + std::to_wstring(log.runs) + L" runs\n");
+        out.put(stream::err, L"vflctl: there is no run " + std::to_wstring(selection.run) +
+                                 L"; the last is " + std::to_wstring(log.runs) + L"\n");
         return exit_failed;
     }
     printer(out, selection).put(log, lines);

@@ -108,8 +108,14 @@ std::vector<std::size_t> select_lines(const log_text& log, const log_selection& 
     return chosen;
 }
 
-std::string raw_line(const log_text& log, const log_line& line) {
+std::string_view whole_line(const log_text& log, const log_line& line) {
     const std::size_t begin = line.begin - (line.stamped ? stamp_size : 0);
+    return std::string_view(log.bytes).substr(begin, line.end - begin);
+}
+
+std::string raw_line(const log_text& log, const log_line& line) {
+    const std::string_view whole = whole_line(log, line);
+    const std::size_t begin = static_cast<std::size_t>(whole.data() - log.bytes.data());
     const std::size_t feed = log.bytes.find('\n', line.end);
     return log.bytes.substr(begin, feed == std::string::npos ? feed : feed + 1 - begin);
 }

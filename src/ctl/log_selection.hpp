@@ -36,6 +36,9 @@ std::vector<std::size_t> select_lines(const log_text& log, const log_selection& 
 // Minutes that local time is before UTC's at that local moment.
 using utc_offset = std::function<int(local_ms)>;
 
+// One line with its stamp, without its end.
+std::string_view whole_line(const log_text& log, const log_line& line);
+
 // One line as it is shown, with its line end. A line without a stamp is indented below the one before it.
 std::string raw_line(const log_text& log, const log_line& line);
 std::wstring shown_line(const log_text& log, const log_line& line, const log_selection& selection);

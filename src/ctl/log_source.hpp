@@ -22,18 +22,14 @@ public:
 // The log in the product's data folder.
 product_log product_log_in(const std::wstring& data_folder);
 
-// The size at which the log is rotated, by the settings in that folder.
-std::uint64_t rotation_limit(const std::wstring& data_folder);
-
 // All of the log at one moment.
 struct log_reading {
     std::vector<log_part> parts; // the oldest first
     file_reading current;        // its bytes are in `parts` if it could be read
     std::uint32_t old_error = 0; // with which the old generation couldn't be read; 0 also when there is none
-    bool old_left_out = false;   // because the log is about to be rotated, and a reader might be in the way
     std::optional<local_ms> process_start; // of the running service
 };
-log_reading read_product_log(product_log& files, std::uint64_t limit);
+log_reading read_product_log(product_log& files);
 
 // Reads the current file and appends it.
 void add_current(product_log& files, log_reading& reading);

@@ -1,8 +1,5 @@
 #include "ctl/log_source.hpp"
 
-#include "cl/ini/ini_file.hpp"
-#include "cl/os/clock.hpp"
-#include "cl/text/string_util.hpp"
 #include "ctl/local_time.hpp"
 #include "ctl/service_system.hpp"
 #include "product/names.hpp"
@@ -14,17 +11,37 @@ namespace vfl::ctl {
 
 namespace {
 
-// A rotation may be near when the log is this close to its limit: the old generation is left alone then, for
-// this long at the most.
-constexpr std::uint64_t rotation_margin = 0x40000;
-constexpr std::uint32_t rotation_wait_ms = 2000;
+// How often both files are read anew, because the log was rotated between them.
+constexpr int most_readings = 5;
 
+// A file that is open for a moment, with all sharing.
 struct open_file {
-    HANDLE handle;
+    explicit open_file(const std::wstring& path)
+        : handle(CreateFileW(path.c_str(), GENERIC_READ,
+                             FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                             FILE_FLAG_SEQUENTIAL_SCAN, nullptr)) {
+        BY_HANDLE_FILE_INFORMATION info;
+        if (handle == INVALID_HANDLE_VALUE || !GetFileInformationByHandle(handle, &info)) {
+            error = GetLastError();
+            return;
+        }
+        identity = {info.dwVolumeSerialNumber,
+                    (std::uint64_t{info.nFileIndexHigh} << 32) | info.nFileIndexLow};
+        last_write =
+            (std::uint64_t{info.ftLastWriteTime.dwHighDateTime} << 32) | info.ftLastWriteTime.dwLowDateTime;
+        size = (std::uint64_t{info.nFileSizeHigh} << 32) | info.nFileSizeLow;
+    }
     ~open_file() {
         if (handle != INVALID_HANDLE_VALUE)
             CloseHandle(handle);
     }
+    open_file(const open_file&) = delete;
+    open_file& operator=(const open_file&) = delete;
+
+    HANDLE handle;
+    std::uint32_t error = 0; // the rest has no meaning with one
+    file_identity identity;
+    std::uint64_t last_write = 0, size = 0;
 };
 
 } // namespace
@@ -32,20 +49,14 @@ struct open_file {
 file_reading read_shared(const std::wstring& path, const std::optional<file_identity>& expected,
                          std::uint64_t position) {
     file_reading found;
-    const open_file file{CreateFileW(path.c_str(), GENERIC_READ,
-                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                     OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr)};
-    BY_HANDLE_FILE_INFORMATION info;
-    if (file.handle == INVALID_HANDLE_VALUE || !GetFileInformationByHandle(file.handle, &info)) {
-        found.error = GetLastError();
+    const open_file file(path);
+    if (file.error != 0) {
+        found.error = file.error;
         return found;
     }
-    found.identity = {info.dwVolumeSerialNumber,
-                      (std::uint64_t{info.nFileIndexHigh} << 32) | info.nFileIndexLow};
-    found.last_write =
-        (std::uint64_t{info.ftLastWriteTime.dwHighDateTime} << 32) | info.ftLastWriteTime.dwLowDateTime;
-    const std::uint64_t size = (std::uint64_t{info.nFileSizeHigh} << 32) | info.nFileSizeLow;
-    if (expected && *expected == found.identity && position <= size)
+    found.identity = file.identity;
+    found.last_write = file.last_write;
+    if (expected && *expected == found.identity && position <= file.size)
         found.start = position;
     LARGE_INTEGER start;
     start.QuadPart = static_cast<LONGLONG>(found.start);
@@ -53,7 +64,7 @@ file_reading read_shared(const std::wstring& path, const std::optional<file_iden
         found.error = GetLastError();
         return found;
     }
-    found.bytes.resize(static_cast<std::size_t>(size - found.start));
+    found.bytes.resize(static_cast<std::size_t>(file.size - found.start));
     std::size_t done = 0;
     while (done < found.bytes.size()) {
         DWORD count = 0;
@@ -82,43 +93,27 @@ product_log product_log_in(const std::wstring& data_folder) {
     return files;
 }
 
-std::uint64_t rotation_limit(const std::wstring& data_folder) {
-    cl::ini_file settings;
-    settings.set_file(data_folder + settings_file_name, true);
-    std::wstring text;
-    // The class would wait for a file that isn't there to come free.
-    if (GetFileAttributesW(settings.path.c_str()) == INVALID_FILE_ATTRIBUTES ||
-        !settings.get_value(host_section, max_trace_size_key, text))
-        return default_max_trace_size;
-    return static_cast<std::uint32_t>(cl::parse_int(text, false));
-}
-
 void add_current(product_log& files, log_reading& reading) {
     reading.current = files.read(log_source::which::current, {}, 0);
     if (reading.current.error == 0)
         reading.parts.push_back({reading.current.bytes, to_local(reading.current.last_write)});
 }
 
-log_reading read_product_log(product_log& files, std::uint64_t limit) {
+log_reading read_product_log(product_log& files) {
     log_reading reading;
-    const std::uint32_t begin = cl::os::tick_count();
-    for (;;) {
-        const file_reading current = files.read(log_source::which::current, {}, 0);
-        if (current.error != 0 || current.bytes.size() + rotation_margin < limit)
-            break;
-        reading.old_left_out = cl::os::tick_count() - begin >= rotation_wait_ms;
-        if (reading.old_left_out)
-            break;
-        cl::os::sleep_ms(100);
-    }
-    if (!reading.old_left_out) {
+    for (int i = 0; i < most_readings; ++i) {
+        reading = {};
+        const file_identity before = open_file(files.current_path).identity;
         file_reading old = files.read(log_source::which::old, {}, 0);
         if (old.error == 0)
             reading.parts.push_back({std::move(old.bytes), to_local(old.last_write)});
         else if (old.error != ERROR_FILE_NOT_FOUND && old.error != ERROR_PATH_NOT_FOUND)
             reading.old_error = old.error;
+        add_current(files, reading);
+        // After a rotation in between the two are no neighbours.
+        if (reading.current.error != 0 || reading.current.identity == before)
+            break;
     }
-    add_current(files, reading);
     if (const auto start = live_service().query().process_start)
         reading.process_start = to_local(*start);
     return reading;

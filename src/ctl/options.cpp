@@ -1,74 +1,13 @@
 #include "ctl/options.hpp"
 
+#include "ctl/command_table.hpp"
+
 #include <algorithm>
 #include <numeric>
 
 namespace vfl::ctl {
 
 namespace {
-
-constexpr std::size_t any = ~std::size_t{0};
-
-constexpr command_row command_table[] = {
-    {L"doctor", L"", 0, 0, L"what is wrong, and what to do"},
-    {L"bundle", L"", 0, 0, L"one zip for a support mail"},
-    {L"log", L"", 0, 0, L"the log with its dates, the last run unless told otherwise"},
-    {L"explain", L"TEXT", 1, any, L"what a message means, and what to do"},
-    {L"top", L"", 0, 0, L"who uses the line, live"},
-    {L"snapshot", L"[FILE]", 0, 1, L"the connections of this moment, or of a captured block"},
-    {L"ini", L"list [SECTION] | get SECTION KEY | set SECTION KEY VALUE | unset SECTION KEY | check", 1, 4,
-     L"reads and changes the settings"},
-    {L"service", L"status | start | stop | restart", 1, 1, L"the state of the service, and its change"},
-};
-
-constexpr option_row option_table[] = {
-    {L"", L"--help", L"", L"shows this and ends"},
-    {L"", L"--version", L"", L"shows the version and ends"},
-    {L"", L"--utf8", L"", L"redirected output in UTF-8 instead of the console's code page"},
-    {L"doctor log service", L"--json", L"", L"the same for machines"},
-    {L"bundle snapshot top", L"-o", L"FILE", L"writes to FILE"},
-    {L"bundle snapshot", L"--force", L"", L"replaces a FILE that is there"},
-    {L"bundle", L"--with-hosts", L"", L"keeps host names and public addresses"},
-    {L"bundle", L"--list", L"", L"shows what would go in, and writes nothing"},
-    {L"log", L"-f", L"", L"goes on with what the log gets, until Ctrl+C"},
-    {L"log", L"-n", L"N", L"the last N lines alone"},
-    {L"log", L"--run", L"last|all|N", L"the run to show; N counts from the oldest, which is 1"},
-    {L"log", L"--since", L"TIME", L"from this time on: HH:MM[:SS], YYYY-MM-DD, or both with a blank between"},
-    {L"log", L"--until", L"TIME", L"up to this time"},
-    {L"log", L"--grep", L"TEXT", L"lines that contain TEXT, whatever its case"},
-    {L"log", L"--explain", L"", L"with the meaning of each message and what to do"},
-    {L"log", L"--raw", L"", L"the bytes as they are"},
-    {L"log ini", L"--file", L"FILE",
-     L"this file instead of the product's (log: more than one, the oldest first)"},
-    {L"log", L"--day", L"YYYY-MM-DD", L"the day of the last line of a copied file"},
-    {L"top", L"--sort", L"COLUMN", L"rx, tx, rx-total, tx-total, conns, rtt, program, class or host"},
-    {L"top", L"--reverse", L"", L"the other way round"},
-    {L"top", L"--filter", L"TEXT",
-     L"words that a row must contain; COLUMN:TEXT for one column, ! in front excludes"},
-    {L"top", L"--group", L"program|class|host", L"sums instead of single connections"},
-    {L"top", L"--interval", L"SECONDS", L"between two requests, 1 to 60"},
-    {L"top", L"--ascii", L"", L"histories in plain characters"},
-    {L"top", L"--batch", L"json|csv", L"for scripts: text instead of a screen"},
-    {L"top", L"--count", L"N", L"ends after N refreshes of a batch; 0 never"},
-    {L"top", L"--limit", L"N", L"rows of a batch"},
-    {L"snapshot", L"--format", L"table|json|csv|html|raw", L"the form of the output"},
-    {L"service", L"--wait", L"[SECONDS]", L"waits until the change is complete, 60 s unless told otherwise"},
-};
-
-bool belongs_to(const option_row& option, const command_row* command) {
-    if (option.commands.empty())
-        return true;
-    if (!command)
-        return false;
-    std::wstring_view rest = option.commands;
-    while (!rest.empty()) {
-        const std::size_t end = std::min(rest.find(L' '), rest.size());
-        if (rest.substr(0, end) == command->name)
-            return true;
-        rest.remove_prefix(std::min(end + 1, rest.size()));
-    }
-    return false;
-}
 
 const option_row* find_option(std::wstring_view name, const command_row* command) {
     const auto* const found = std::ranges::find_if(
@@ -115,7 +54,9 @@ std::wstring complaint(std::wstring_view what, std::wstring_view word, std::wstr
                        const command_row* command) {
     std::wstring text = L"vflctl: ";
     text.append(what).append(L" \"").append(word).append(L"\"");
-    if (!meant.empty())
+    if (meant.empty())
+        text.append(L".");
+    else
         text.append(L"; did you mean \"").append(meant).append(L"\"?");
     text.append(L" See vflctl ");
     if (command)
@@ -137,12 +78,9 @@ bool is_option(std::wstring_view word) {
 
 } // namespace
 
-std::span<const command_row> commands() {
-    return command_table;
-}
-
-std::span<const option_row> options() {
-    return option_table;
+std::wstring unknown_word(std::wstring_view word, const std::vector<std::wstring_view>& words,
+                          const command_row& command) {
+    return complaint(L"unknown word", word, nearest(word, words), &command);
 }
 
 bool arguments::has(std::wstring_view name) const {

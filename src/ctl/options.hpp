@@ -1,4 +1,4 @@
-// The command line of vflctl: one table of commands and options, which parser and help share.
+// The command line of vflctl, by the table of commands and options (ctl/command_table.hpp).
 #pragma once
 
 #include <cstdint>
@@ -25,9 +25,6 @@ struct option_row {
     std::wstring_view help;
 };
 
-std::span<const command_row> commands();
-std::span<const option_row> options();
-
 // A command line that fits the table.
 class arguments {
 public:
@@ -46,6 +43,10 @@ public:
     };
     std::vector<given> given_options;
 };
+
+// The line for a user whose word behind the command is none of `words`.
+std::wstring unknown_word(std::wstring_view word, const std::vector<std::wstring_view>& words,
+                          const command_row& command);
 
 // Reads the words behind the program's name. Options stand anywhere behind the command, "--" ends them. When
 // the line doesn't fit, `error` is one line for the user that names the wrong word, the nearest right one and

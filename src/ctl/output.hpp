@@ -14,6 +14,11 @@ enum class colour { normal, good, warning, bad, dim };
 // Thrown when the reader of a pipe has gone: the command ends with 0, in silence.
 struct reader_gone {};
 
+// Thrown when standard output can't be written, on a full disk for instance, with the number of Windows.
+struct output_lost {
+    unsigned long error;
+};
+
 class output {
 public:
     virtual void put(stream to, std::wstring_view text, colour c = colour::normal) = 0;

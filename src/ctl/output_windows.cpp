@@ -20,7 +20,10 @@ bool is_console_handle(HANDLE handle) {
     return handle && GetConsoleMode(handle, &mode);
 }
 
-void write_all(HANDLE handle, std::string_view bytes) {
+void write_all(stream to, std::string_view bytes) {
+    const HANDLE handle = handle_of(to);
+    if (!handle || handle == INVALID_HANDLE_VALUE)
+        return; // a program may be started without streams
     while (!bytes.empty()) {
         DWORD written = 0;
         const auto piece = static_cast<DWORD>(std::min<std::size_t>(bytes.size(), 0x100000));
@@ -28,7 +31,9 @@ void write_all(HANDLE handle, std::string_view bytes) {
             const DWORD error = GetLastError();
             if (error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA)
                 throw reader_gone{};
-            return; // nobody is left to tell
+            if (to == stream::out && error != ERROR_INVALID_HANDLE)
+                throw output_lost{error};
+            return; // nobody is left to report to
         }
         bytes.remove_prefix(written);
     }
@@ -89,7 +94,7 @@ std::string encoded(std::wstring_view text) {
 void standard_output::put(stream to, std::wstring_view text, colour c) {
     const HANDLE handle = handle_of(to);
     if (!is_console_handle(handle)) {
-        write_all(handle, encoded(text));
+        write_all(to, encoded(text));
         return;
     }
     CONSOLE_SCREEN_BUFFER_INFO info;
@@ -102,7 +107,7 @@ void standard_output::put(stream to, std::wstring_view text, colour c) {
 }
 
 void standard_output::put_bytes(std::string_view bytes) {
-    write_all(handle_of(stream::out), bytes);
+    write_all(stream::out, bytes);
 }
 
 bool standard_output::is_console(stream of, std::size_t& width) {

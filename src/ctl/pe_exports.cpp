@@ -13,7 +13,10 @@ namespace {
 constexpr std::size_t pe_offset_at = 0x3C;
 constexpr std::uint16_t machine_x64 = 0x8664, magic_64_bit = 0x20B, is_dll_flag = 0x2000;
 constexpr std::size_t file_header_size = 24, export_directory_at = 112, section_header_size = 40;
+// What Windows loads at the most, and what bounds the work on a file that only pretends.
+constexpr std::uint16_t most_sections = 96;
 constexpr std::uint32_t most_exports = 65536;
+constexpr std::size_t most_name = 256;
 
 class reader {
 public:
@@ -30,8 +33,8 @@ public:
     [[nodiscard]] std::string text(std::size_t at) const {
         if (at >= bytes_.size())
             return {};
-        return std::string(
-            bytes_.substr(at, std::min<std::size_t>(bytes_.find('\0', at), bytes_.size()) - at));
+        const std::string_view rest = bytes_.substr(at, most_name);
+        return std::string(rest.substr(0, rest.find('\0')));
     }
 
 private:
@@ -57,7 +60,7 @@ pe_file read_pe(std::string_view bytes) {
 
     // From an address in memory to a place in the file.
     const auto place = [&](std::uint32_t address) -> std::size_t {
-        for (std::size_t i = 0; i < *sections; ++i) {
+        for (std::size_t i = 0; i < std::min(*sections, most_sections); ++i) {
             const std::size_t header = optional + *optional_size + i * section_header_size;
             const auto start = in.get<std::uint32_t>(header + 12), size = in.get<std::uint32_t>(header + 16),
                        data = in.get<std::uint32_t>(header + 20);

@@ -83,7 +83,8 @@ public:
             const int stopped = world_.service.query().state == state_stopped ? exit_done : stop(true);
             return stopped == exit_done ? start(true) : stopped;
         }
-        return fail(L"unknown word \"" + verb + L"\" after service. See vflctl service --help", exit_usage);
+        out_.put(stream::err, unknown_word(verb, {L"status", L"start", L"stop", L"restart"}, *args_.command));
+        return exit_usage;
     }
 
 private:
@@ -142,14 +143,19 @@ private:
         return code;
     }
 
-    // Waits until the manager shows the state; false after the time is over.
+    // Waits until the manager shows the state; false after the time is over, or when a start has come to a
+    // stop.
     bool reach(std::uint32_t state, std::uint32_t begin) {
-        while (world_.service.query().state != state) {
-            if (world_.tick() - begin >= wait_ms_)
+        for (;;) {
+            const service_facts facts = world_.service.query();
+            if (facts.error == 0 && facts.state == state)
+                return true;
+            ended_with_ = facts.exit_code;
+            ended_ = facts.error == 0 && facts.state == state_stopped;
+            if (ended_ || world_.tick() - begin >= wait_ms_)
                 return false;
             world_.sleep(poll_ms);
         }
-        return true;
     }
 
     int stop(bool wait) {
@@ -207,7 +213,9 @@ private:
         say(L" ... ");
         if (!reach(state_running, begin)) {
             say(L"\n");
-            return fail(L"not running after " + seconds_text(wait_ms_));
+            return ended_ ? fail(L"it stopped again, with error " + std::to_wstring(ended_with_) +
+                                 L". See vflctl log")
+                          : fail(L"not running after " + seconds_text(wait_ms_));
         }
         say(L"running after " + seconds_text(world_.tick() - begin) + L"\n");
         // What the log says comes to the disk up to a second after it was said: no complaint before then
@@ -227,6 +235,8 @@ private:
     const arguments& args_;
     output& out_;
     std::uint32_t wait_ms_ = 0;
+    bool ended_ = false; // instead of reaching the state
+    std::uint32_t ended_with_ = 0;
 };
 
 } // namespace

@@ -14,7 +14,7 @@ int run_service(const arguments& args, output& out) {
     const std::wstring folder = data_folder(product_word);
     const auto library = [&] {
         product_log files = product_log_in(folder);
-        const log_reading reading = read_product_log(files, rotation_limit(folder));
+        const log_reading reading = read_product_log(files);
         return find_library_state(read_log(reading.parts, reading.process_start), reading.process_start);
     };
     return run_service_in(

@@ -122,10 +122,10 @@ class Run:
 
 
 class Streaming:
-    """A vfl.exe that goes on until it is killed; what it prints is read from pipes as it comes."""
+    """A program that goes on until it is killed; what it prints is read from pipes as it comes."""
 
-    def __init__(self, arguments):
-        self.process = subprocess.Popen([WINE, str(VFL), *arguments.split()], stdin=subprocess.DEVNULL,
+    def __init__(self, arguments, exe=VFL):
+        self.process = subprocess.Popen([WINE, str(exe), *arguments.split()], stdin=subprocess.DEVNULL,
                                         stdout=subprocess.PIPE, stderr=subprocess.PIPE, bufsize=0)
         self.kept = {self.process.stdout: b"", self.process.stderr: b""}
 

@@ -1,8 +1,8 @@
-"""The file vfl.exe: one file that needs nothing but Windows, with the protections of the linker on."""
+"""The two programs: one file each that needs nothing but Windows, with the protections of the linker on."""
 import struct
 import unittest
 
-from harness import VFL
+from harness import BUILD
 
 SYSTEM = {"kernel32", "msvcrt", "user32", "advapi32", "ole32", "shell32", "winmm", "ws2_32", "iphlpapi", "rpcrt4",
           "crypt32", "version", "ntdll", "gdi32", "oleaut32", "wtsapi32"}
@@ -40,8 +40,14 @@ class Image:
 
 
 class ExecutableFile(unittest.TestCase):
+    def images(self):
+        return [(exe, Image((BUILD / exe).read_bytes())) for exe in ("vfl.exe", "vflctl.exe")]
+
     def test_header(self):
-        image = Image(VFL.read_bytes())
+        for _, image in self.images():
+            self.check_header(image)
+
+    def check_header(self, image):
         self.assertEqual(image.machine, 0x8664)
         self.assertEqual(image.at("<H", image.optional), 0x20B)
         self.assertEqual(image.at("<H", image.optional + 68), 3, "subsystem: console")
@@ -52,8 +58,9 @@ class ExecutableFile(unittest.TestCase):
         self.assertNotEqual(image.directory(5)[1], 0, "without relocations ASLR has no effect")
 
     def test_imports(self):
-        image = Image(VFL.read_bytes())
-        names = image.imports()
-        self.assertIn("kernel32.dll", names)
-        self.assertLessEqual({n.removesuffix(".dll") for n in names}, SYSTEM)
-        self.assertEqual(image.directory(13)[1], 0, "no delayed imports")
+        for exe, image in self.images():
+            names = image.imports()
+            self.assertIn("kernel32.dll", names)
+            allowed = SYSTEM - {"ws2_32"} if exe == "vflctl.exe" else SYSTEM
+            self.assertLessEqual({n.removesuffix(".dll") for n in names}, allowed)
+            self.assertEqual(image.directory(13)[1], 0, "no delayed imports")

@@ -5,11 +5,12 @@ import subprocess
 import unittest
 import zipfile
 
-from harness import BUILD, ROOT, VFL, windows_path
+from harness import BUILD, ROOT, windows_path
 from service_test import DATA, LIBRARY, PREFIX, log, processes, start, state, tool, wait_for
 
 PACKAGES = ROOT / "build/packages"
 HOME = PREFIX / "drive_c/Program Files/Vexa/VexaFlow"
+PROGRAMS = ("vfl.exe", "vflctl.exe")
 KEY = r"HKLM\Software\Vexa\vexaflow"
 VERSION = next(line.split("=")[1] for line in (BUILD / "CMakeCache.txt").read_text().splitlines()
                if line.startswith("CMAKE_PROJECT_VERSION:STATIC="))
@@ -40,10 +41,13 @@ class Packages(unittest.TestCase):
         top = f"vfl-{VERSION}/"
         with zipfile.ZipFile(self.zip) as archive:
             names = set(archive.namelist())
-            self.assertEqual(archive.read(top + "vfl.exe"), VFL.read_bytes())
-        self.assertLessEqual({top + n for n in ("README.md", "licence.txt", "docs/messages.md")}, names)
+            for exe in PROGRAMS:
+                self.assertEqual(archive.read(top + exe), (BUILD / exe).read_bytes())
+        files = ("README.md", "licence.txt", "notices.txt", "docs/messages.md", "docs/vflctl.md")
+        self.assertLessEqual({top + n for n in files}, names)
         with zipfile.ZipFile(self.symbols) as archive:
-            self.assertEqual(archive.read(top + "vfl.exe.debug"), (BUILD / "vfl.exe.debug").read_bytes())
+            for exe in PROGRAMS:
+                self.assertEqual(archive.read(f"{top}{exe}.debug"), (BUILD / f"{exe}.debug").read_bytes())
         first = [f.read_bytes() for f in (self.zip, self.symbols)]
         package("--unchecked")
         self.assertEqual([f.read_bytes() for f in (self.zip, self.symbols)], first, "the same bytes again")
@@ -66,7 +70,8 @@ class Packages(unittest.TestCase):
         newer, = package(VERSION + "0", str(PACKAGES / "newer"))  # a tenfold last number is a higher version
         self.addCleanup(msiexec, "/x", newer)
         self.assertEqual(msiexec("/i", self.msi), 0)
-        self.assertEqual((HOME / "vfl.exe").read_bytes(), VFL.read_bytes())
+        for exe in PROGRAMS:
+            self.assertEqual((HOME / exe).read_bytes(), (BUILD / exe).read_bytes())
         self.assertIn(r"C:\Program Files\Vexa\VexaFlow" + "\\", tool("reg", "query", KEY, "/v", "install_dir")[1])
         service = tool("reg", "query", r"HKLM\System\CurrentControlSet\Services\VexaFlowS")[1]
         self.assertRegex(service, r'ImagePath +\w+ +"?C:\\Program Files\\Vexa\\VexaFlow\\vfl.exe"? -service')
@@ -107,16 +112,17 @@ class Packages(unittest.TestCase):
 
 
 class Version(unittest.TestCase):
-    def test_resource(self):
-        data = VFL.read_bytes()
+    def test_resources(self):
         numbers = [int(n) for n in VERSION.split(".")] + [0]
         fixed = b"\xbd\x04\xef\xfe\0\0\1\0" + b"".join(
             n.to_bytes(2, "little") for n in (numbers[1], numbers[0], numbers[3], numbers[2]))
-        self.assertEqual(data.count(fixed), 1)
-        self.assertIn("ProductVersion\0".encode("utf-16-le"), data)
-        for word in (b'level="asInvoker"', b"longPathAware", b"35138b9a-5d96-4fbd-8e2d-a2440225f93a"):
-            self.assertIn(word, data)
-        self.assertNotIn(b"activeCodePage", data)
+        for exe in PROGRAMS:
+            data = (BUILD / exe).read_bytes()
+            self.assertEqual(data.count(fixed), 1)
+            self.assertIn("ProductVersion\0".encode("utf-16-le"), data)
+            for word in (b'level="asInvoker"', b"longPathAware", b"35138b9a-5d96-4fbd-8e2d-a2440225f93a"):
+                self.assertIn(word, data)
+            self.assertNotIn(b"activeCodePage", data)
 
 
 if __name__ == "__main__":
