@@ -1,8 +1,16 @@
 #include "ctl/log_follower.hpp"
 
-#include <utility>
+#include "cl/os/error.hpp"
 
 namespace vfl::ctl {
+
+namespace {
+
+bool is_missing(std::uint32_t error) {
+    return error == cl::os::error_not_found || error == cl::os::error_path_not_found;
+}
+
+} // namespace
 
 void log_follower::begin(const file_reading& current) {
     if (current.error != 0)
@@ -15,26 +23,32 @@ void log_follower::begin(const file_reading& current) {
 
 log_follower::step log_follower::next() {
     step result;
-    file_reading current = source_.read(log_source::which::current, file_, position_);
+    const file_reading current = source_.read(log_source::which::current, file_, position_);
     result.error = current.error;
-    if (current.error != 0)
+    if (current.error != 0 && (!is_missing(current.error) || !file_))
         return result;
-    if (file_ && current.identity != *file_) {
-        // The rest of the file that we knew is the old one now, unless there was another rotation.
+    result.last_write = current.last_write;
+    if (file_ && (current.error != 0 || current.identity != *file_)) {
+        // The rest of the file that we knew is in the old one now, unless there was another rotation. There
+        // may be no current one yet.
         const file_reading old = source_.read(log_source::which::old, file_, position_);
-        if (old.error == 0 && old.identity == *file_ && old.start == position_)
+        if (old.error == 0 && old.identity == *file_ && old.start == position_) {
             rest_ += old.bytes;
-        else
+            position_ += old.bytes.size();
+            if (current.error != 0)
+                result.last_write = old.last_write;
+        } else if (current.error == 0) {
             result.gap = true;
-        if (result.gap)
             rest_.clear();
+        }
     } else if (file_ && current.start != position_) {
         rest_.clear(); // the file was emptied or cut
     }
-    file_ = current.identity;
-    position_ = current.start + current.bytes.size();
-    rest_ += current.bytes;
-    result.last_write = current.last_write;
+    if (current.error == 0) {
+        file_ = current.identity;
+        position_ = current.start + current.bytes.size();
+        rest_ += current.bytes;
+    }
     const std::size_t lines_end = rest_.rfind('\n') + 1;
     result.bytes = rest_.substr(0, lines_end);
     rest_.erase(0, lines_end);

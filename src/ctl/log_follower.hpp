@@ -42,8 +42,10 @@ public:
     // The log as it is now: both files, or the current one alone. Following goes on from there.
     struct step {
         std::string bytes;            // whole lines alone
-        std::uint64_t last_write = 0; // of the current file; 0 when there is none
-        std::uint32_t error = 0;      // with which the current file couldn't be read; 2 and 3: it isn't there
+        std::uint64_t last_write = 0; // of the file that `bytes` end in
+        // With which the current file couldn't be read; 2 and 3: it isn't there, and `bytes` are the rest of
+        // the old one.
+        std::uint32_t error = 0;
         bool gap = false; // lines were missed, because the log was rotated more than once meanwhile
     };
 
