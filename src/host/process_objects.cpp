@@ -46,7 +46,7 @@ file_trace& trace_file = *log_place;
 
 namespace {
 
-// The very first, ahead of every trace object: the defaults of this executable, and the last resort of the
+// The very first, before every trace object: the defaults of this executable, and the last resort of the
 // log, which as the first exit function to be registered is the last to run.
 struct trace_defaults {
     trace_defaults() {
@@ -56,17 +56,18 @@ struct trace_defaults {
     }
 } set_trace_defaults;
 
-// Ahead of all that asks Windows: whoever opens a registry key takes the registry's view from the record.
+// Before everything that asks Windows: whoever opens a registry key takes the registry's view from the
+// record.
 struct os_setup {
     os_setup() { cl::fill_os_info(cl::read_os_facts()); }
 } set_up_os;
 
-// The timer "slow" runs all that may be late. It comes ahead of everything that arms it, so that it ends
+// The timer "slow" runs all that may be late. It comes before everything that arms it, so that it ends
 // after that.
 struct slow_life {
     slow_life() { slow.create("slow"); }
     // Ends the worker, with a kill after 5 s, and drops what has not fired: whose work must not be lost does
-    // it itself ahead of this.
+    // it itself before this.
     ~slow_life() { slow->shut_down(); }
     slow_life(const slow_life&) = delete;
     slow_life& operator=(const slow_life&) = delete;
@@ -77,7 +78,7 @@ struct console_setup {
     console_setup() { cl::init_console(); }
 } set_up_console;
 
-// The sinks stand ahead of the lists, so that they outlive them.
+// The sinks come before the lists, so that they outlive them.
 cl::debug_trace debugger_sink("");
 
 struct log_life {
@@ -92,7 +93,7 @@ struct log_life {
 cl::stdout_trace stdout_sink;
 cl::stderr_trace stderr_sink;
 
-// Fills the lists, and ends them ahead of the sinks. Everything below may trace, also in its constructor.
+// Fills the lists, and ends them before the sinks. Everything below may trace, also in its constructor.
 struct list_setup {
     list_setup() { cl::set_up_trace(cl::trace_file, debugger_sink, stdout_sink, stderr_sink); }
     ~list_setup() {
@@ -104,7 +105,7 @@ struct list_setup {
     list_setup& operator=(const list_setup&) = delete;
 } set_up_lists;
 
-// Ahead of everything that is bound at run time, and so of everything below.
+// Before everything that is bound at run time, and so before everything below.
 struct library_setup {
     library_setup() { cl::create_libraries(cl::windows_modules); }
 } set_up_libraries;
@@ -119,7 +120,7 @@ struct cpu_setup {
 
 namespace cl {
 
-// Behind the records and the library table, which it asks when it chooses its source at the first reading.
+// After the records and the library table, which it asks when it chooses its source at the first reading.
 // The store stands ahead, because the clock writes there.
 fact_store system_facts;
 hrtime_clock hrtime(windows_clock_sources, system_facts);
@@ -131,7 +132,7 @@ std::mt19937 twister; // NOLINT(cert-msc32-c,cert-msc51-cpp)
 
 namespace {
 
-// Behind the records and the library table, whose facts they mix, and behind the clock. Each of the three
+// After the records and the library table, whose facts they mix, and after the clock. Each of the three
 // takes a digest of its own.
 struct seed_setup {
     seed_setup() {
@@ -162,7 +163,7 @@ constinit bool game_analyzer_requested = false;
 
 namespace cl {
 
-// Behind the timer and the log, which its last flush at the end uses.
+// After the timer and the log, which its last flush at the end uses.
 cached_ini global_ini(*slow);
 
 // They use nothing and nothing here uses them.

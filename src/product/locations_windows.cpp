@@ -26,10 +26,10 @@ public:
 
 static_assert(sizeof(cl::guid) == sizeof(GUID));
 
-// Kept to the end of the process. A release would come before the log's last flush, as this is bound after
-// the process-wide objects, and unloading a library may block there.
 using known_folder_function = HRESULT(const cl::guid* folder, DWORD flags, HANDLE token, PWSTR* path);
 
+// Kept to the end of the process. A release would come before the log's last flush, as this is bound after
+// the process-wide objects, and unloading a library may block there.
 const cl::bound_function<known_folder_function>& known_folder_query() {
     static cl::never_destroyed<cl::bound_function<known_folder_function>> bound(std::in_place, L"SHELL32.DLL",
                                                                                 "SHGetKnownFolderPath");

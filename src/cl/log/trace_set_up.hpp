@@ -1,4 +1,4 @@
-// How the three lists get their sinks, ahead of `main`.
+// How the three lists get their sinks, before `main`.
 #pragma once
 
 #include "cl/log/debug_trace.hpp"
@@ -9,7 +9,7 @@ namespace cl {
 // Whether each run begins with a separator line in the log. An executable changes it before the set-up.
 extern bool trace_separator;
 
-// The process's log, which all three lists hold. Usable from its construction ahead of `main` on, and never
+// The process's log, which all three lists hold. Usable from its construction before `main` on, and never
 // destroyed: it is shut down at the end of the process, and refuses text from then on.
 extern file_trace& trace_file;
 
