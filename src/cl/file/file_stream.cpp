@@ -136,7 +136,9 @@ std::int64_t file_stream::write(const void* from, std::int64_t n) {
 }
 
 bool file_stream::set_end() {
-    return sync() && file_hnd::set_end();
+    // Cuts also where a write was lost: what stands behind is older.
+    const bool synced = sync();
+    return file_hnd::set_end() && synced;
 }
 
 bool file_stream::sync() {

@@ -35,7 +35,7 @@ public:
     std::int64_t read(void* buf, std::int64_t n) override;
     // Gives 0, and takes nothing, while what waits in the buffer can't be written.
     std::int64_t write(const void* buf, std::int64_t n) override;
-    // False, with the file left as it is, if what waits can't be written.
+    // Cuts also where what waited can't be written, which is then lost; false in that case too.
     bool set_end() override;
     // Deliberate: a sync that fails forgets what it couldn't write, while a failed flush inside of a write
     // keeps it for another try.

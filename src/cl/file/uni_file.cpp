@@ -53,9 +53,9 @@ bool uni_file::open_as(const std::wstring& path, std::uint32_t flags, std::uint3
 }
 
 bool uni_file::to_start() {
-    const bool synced = sync();
+    sync();
     drop_pushback();
-    return move_pointer(0, os::from_start) == 0 && synced;
+    return move_pointer(0, os::from_start) == 0;
 }
 
 bool uni_file::detect_encoding(std::uint32_t default_encoding) {
@@ -146,6 +146,8 @@ std::int64_t uni_file::tell() {
 
 bool uni_file::copy_to(uni_file& dst, bool rewind_both) {
     if (rewind_both) {
+        // What a sync can't write here is lost, and the rest is copied all the same. Deliberate: callers that
+        // mind sync first.
         if (!to_start() || !dst.to_start())
             return false;
         return overwrite(dst) && dst.set_end() && dst.detect_encoding(encoding);

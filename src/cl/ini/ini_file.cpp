@@ -8,11 +8,9 @@ namespace cl {
 
 namespace {
 
-// Open and share words of the file classes. All of them: binary, sequential.
-constexpr std::uint32_t read_flags = 0x8020; // existing files only
-constexpr std::uint32_t edit_flags = 0x8122; // read and write, create
-constexpr std::uint32_t temp_flags = 0x8022; // read and write
-constexpr std::uint32_t share_readers = 32;
+constexpr std::uint32_t read_flags = open_read | open_sequential;
+constexpr std::uint32_t edit_flags = open_read_write | open_sequential | open_create;
+constexpr std::uint32_t temp_flags = open_read_write | open_sequential; // open_temp adds the rest
 
 std::uint32_t default_encoding(bool unicode) {
     return unicode ? encoding_utf8 : encoding_ansi;
@@ -30,7 +28,7 @@ next_line lines_of(uni_file& file) {
 } // namespace
 
 bool ini_file::open_ini(uni_file& file, bool read_only, bool report) const {
-    if (file.open_as(path, read_only ? read_flags : edit_flags, default_encoding(unicode), share_readers))
+    if (file.open_as(path, read_only ? read_flags : edit_flags, default_encoding(unicode), share_deny_write))
         return true;
     if (report && !file.was_not_found())
         report_open_error(file.last_error);
@@ -134,16 +132,19 @@ bool ini_file::rewrite(std::size_t added, Edit edit) {
     uni_file source, temp;
     if (!open_ini(source, false, true) || !make_temp(source, temp, nullptr))
         return false;
-    if (!reserve_temp(source, temp, added) && temp.last_error != os::error_not_supported)
+    const bool reserved = reserve_temp(source, temp, added);
+    if (!reserved && temp.last_error != os::error_not_supported)
         return false;
     if (source.size() == 0)
         source.last_error = 0; // its mark may have failed to go out; no read did
     const next_line next = lines_of(source);
     const put_line put = [&temp](const std::wstring& line) { return temp.write_line(line); };
     edit(ini_rewrite{next, put, source.encoding != encoding_ansi});
+    // Deliberate: what a failed write lost is missing from the copy too. Only where no space could be set
+    // aside does the file stay as it is.
     if (source.last_error != 0)
         report_read_error(source.last_error);
-    else if (temp.sync() && temp.set_end() && reserve_copy(temp, source))
+    else if ((temp.sync() || reserved) && temp.set_end() && reserve_copy(temp, source))
         copy_back(temp, source);
     return true;
 }

@@ -130,4 +130,22 @@ TEST_P(file_fault, short_reads_and_writes) {
 
 INSTANTIATE_TEST_SUITE_P(encodings, file_fault, testing::Range(0u, 6u));
 
+// What a sync can't write is lost: a cut and a copy go on without it.
+TEST(file_stream, failed_sync) {
+    disk::reset();
+    disk::put(source_path, "0123456789");
+    cl::uni_file file, other;
+    ASSERT_TRUE(file.open_as(source_path, 0x02, cl::encoding_ansi, 64) &&
+                other.open_as(L"C:\\other", 0x102, cl::encoding_ansi, 64));
+    file.seek(4, 0);
+    file.write("ab", 2);
+    disk::fail_call(1, 1117, fakes::file_op::write);
+    EXPECT_FALSE(file.set_end());
+    EXPECT_EQ(disk::bytes(source_path), "0123");
+    other.write("lost", 4);
+    disk::fail_call(1, 1117, fakes::file_op::write);
+    EXPECT_TRUE(file.copy_to(other, true));
+    EXPECT_EQ(disk::bytes(L"C:\\other"), "0123");
+}
+
 } // namespace

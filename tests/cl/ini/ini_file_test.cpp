@@ -125,6 +125,8 @@ TEST(ini_file, failures) {
          },
          true, false, "", big},
         {"disk full", [] { disk::set_space(4200); }, true, false, "", big},
+        {"a write fails when the temporary file ends", [] { disk::fail_call(4, 1117, file_op::write); }, true,
+         true, "", "\xEF\xBB\xBF[b]\r\n" + std::string(4091, 'x')},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
