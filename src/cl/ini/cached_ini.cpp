@@ -286,7 +286,8 @@ bool cached_ini::flush() {
 void cached_ini::flush_by_timer() {
     flush();
     mutex_auto scope(lock, true);
-    if (refused_opens != 0 && refused_opens <= max_open_retries && !flushing && alive && attached && dirty)
+    // `flushing` first: a flush on another thread counts its refused opens without the lock.
+    if (!flushing && refused_opens != 0 && refused_opens <= max_open_retries && alive && attached && dirty)
         arm_flush();
 }
 
@@ -371,8 +372,8 @@ void cached_ini::report_no_temp() {
     say(trace_out, "cannot create temp file '%?'\n", temp_name);
 }
 
-// False if the file is as it was, and the changes have to wait. Once its space is set aside, what fails is
-// told and gone on from: the changes count as written.
+// False if the file is as it was, and the changes have to wait. Once its space is set aside, a failure is
+// reported and the flush goes on: the changes count as written.
 bool cached_ini::write_merged(uni_file& source, uni_file& temp, std::list<ini_section>& snapshot) {
     std::size_t added = 0;
     for (const ini_section& section : snapshot)
