@@ -40,11 +40,11 @@ public:
     file_hnd(const file_hnd&) = delete;
     file_hnd& operator=(const file_hnd&) = delete;
 
-    // In bytes, as the system knows it; 0 if it can't be told.
+    // In bytes, as the system knows it; 0 if it isn't known.
     virtual std::int64_t size();
     // False if it wasn't open or the system reports an error; the object is closed in any case.
     virtual bool close();
-    // Reads up to a line end (LF, CR or CR LF), which is left out and told in `eol`. A last line without one
+    // Reads up to a line end (LF, CR or CR LF), which is left out and shown in `eol`. A last line without one
     // counts; at the end of the file false.
     virtual bool read_line(std::wstring& out);
     virtual bool read_line(std::string& out);

@@ -57,7 +57,7 @@ struct unit_code {
         std::ptrdiff_t done = 0;
         for (; done < n; ++done) {
             const std::uint32_t unit = get_unit<Bytes, Big>(p + done * Bytes);
-            // One comparison for all: behind CR, ahead of the mark.
+            // One comparison for all: above CR, below the mark.
             if (unit - 0x0E >= mark_char - 0x0Eu)
                 break;
             units[done] = static_cast<wchar_t>(unit);

@@ -9,9 +9,9 @@
 // Lookups and edits wait while a load runs, which takes up to about five seconds if others don't let go of
 // the file; a flush does all its file work without the lock.
 //
-// Failures are results, and words on the trace; memory keeps the latest values. What a flush could not bring
-// to the disk once it had begun to write, its space being set aside, counts as written all the same, as the
-// trace then reports: it is written again only when it is edited again.
+// Failures are results, and messages on the trace; memory keeps the latest values. What a flush could not
+// bring to the disk once it had begun to write, its space being set aside, counts as written all the same, as
+// the trace then reports: it is written again only when it is edited again.
 #pragma once
 
 #include "cl/file/file_time.hpp"

@@ -4,8 +4,7 @@
 // file system can do that, so that a full disk shows before anything is touched.
 //
 // Results are bools. An open that fails says so on trace_err, except for a missing file; nothing else is
-// reported, and nothing is tried again. An out parameter is untouched where the
-// file could not be opened.
+// reported, and nothing is tried again. An out parameter is untouched where the file could not be opened.
 //
 // There is no lock. Threads and processes are kept apart by the file itself: whoever reads or edits it
 // refuses writers, so an edit shuts out all others while it lasts. The order of the slots is fixed, and
@@ -57,8 +56,7 @@ public:
     //
     // The edits; see ini_rewrite for what each does to the lines. All create a missing file. True once the
     // temporary file is there, whether or not there was anything to change or the writes succeeded. A source
-    // that can't be read to its end stays as it is.
-    // `schedule` is for a cache.
+    // that can't be read to its end stays as it is. `schedule` is for a cache.
     virtual bool write_value(const std::wstring& section, const std::wstring& key, const std::wstring& value,
                              bool schedule);
     virtual bool delete_value(const std::wstring& section, const std::wstring& key);

@@ -14,7 +14,7 @@ namespace cl {
 
 class ini_merge {
 public:
-    // `snapshot` is what a commit handed out; the merge marks in it what it has met. `utf8_mark` tells that
+    // `snapshot` is what a commit handed out; the merge marks in it what it has met. `utf8_mark` means that
     // the source begins with the UTF-8 mark, behind which the first line is kept blank. `pass`, if there is
     // one, moves lines from here on that are to be copied as they are, as many as it likes, but no header;
     // false if they could not be written.

@@ -1,5 +1,5 @@
 // The direct operations on an INI file, as passes over its lines: what a lookup finds, and which lines an
-// edit copies, replaces, drops and adds. Each reads the source to its end, unless told otherwise; an edit
+// edit copies, replaces, drops and adds. Each reads the source to its end, unless it says otherwise; an edit
 // writes the whole new text. Section and key are trimmed for matching, and written as the caller spelled
 // them.
 #pragma once
@@ -25,7 +25,7 @@ bool list_ini_section(const next_line& next, const std::wstring& section, std::v
 // The name of every header, repeats and empty names included.
 void list_ini_section_names(const next_line& next, std::vector<std::wstring>& names);
 
-// The edits. The result of `put` is not looked at. `marked` tells that the source begins with a byte order
+// The edits. The result of `put` is not looked at. `marked` means that the source begins with a byte order
 // mark, behind which the first line is kept blank.
 struct ini_rewrite {
     const next_line& next;

@@ -23,7 +23,7 @@ constexpr std::uint32_t end_wait_ms = 5000;
 // lock again and clears `busy`.
 class file_trace::file_section {
 public:
-    file_section(file_trace& owner, mutex_auto& held) : trace(owner), guard(held), files(owner.files) {
+    file_section(file_trace& owner, mutex_auto& held) : files(owner.files), trace(owner), guard(held) {
         trace.busy = true;
         guard.unlock();
     }
@@ -48,15 +48,14 @@ public:
         files->rotate(file);
     }
 
+    const std::shared_ptr<const log_files> files;
+    file_hnd file;
+    std::uint64_t size = 0;
+
 private:
     file_trace& trace;
     mutex_auto& guard;
     bool opened = false;
-
-public:
-    const std::shared_ptr<const log_files> files;
-    file_hnd file;
-    std::uint64_t size = 0;
 };
 
 file_trace::file_trace(passive_timer* host) : timer_host(host) {}
@@ -302,7 +301,7 @@ void file_trace::rotate_if_larger(std::uint32_t limit) {
 
 void file_trace::on_open(mutex_auto&, file_hnd& file) {
     // At any other place a write would overwrite the log; a closed file takes none.
-    if (file.seek(0, 2) < 0)
+    if (file.seek(0, os::from_end) < 0)
         file.close();
 }
 

@@ -6,11 +6,6 @@ namespace cl {
 
 namespace {
 
-// Flags of file_hnd::open: create, write, binary; and past the system's cache.
-constexpr std::uint32_t log_open_flags = 0x8101;
-constexpr std::uint32_t write_through_flag = 0x10000;
-constexpr std::uint32_t share_reading = 32;
-
 // As many readers may each hold an old generation of their own.
 constexpr int aside_names = 4;
 
@@ -24,8 +19,8 @@ void log_files::set_old_path(const std::wstring& new_old_path) {
 }
 
 bool log_files::open(file_hnd& file) const {
-    return file.open(path, write_through ? log_open_flags | write_through_flag : log_open_flags,
-                     share_reading);
+    const std::uint32_t flags = open_write | open_create;
+    return file.open(path, write_through ? flags | open_write_through : flags, share_deny_write);
 }
 
 // Renames the old generation, so that its name is free even while a reader holds it. Null if there is none or

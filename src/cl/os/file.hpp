@@ -54,7 +54,7 @@ enum seek_origin : std::uint32_t { from_start = 0, from_position = 1, from_end =
 std::uint32_t open_file(const wchar_t* path, const file_request& request, file_handle& file);
 std::uint32_t close_file(file_handle file);
 
-// Move up to n bytes at the file's position and advance it; `count` tells how many. Fewer than n are no
+// Move up to n bytes at the file's position and advance it; `count` is how many. Fewer than n are no
 // error: at the end of the file a read gives 0. On failure `count` is 0.
 std::uint32_t read_file(file_handle file, void* buf, std::uint32_t n, std::uint32_t& count);
 std::uint32_t write_file(file_handle file, const void* buf, std::uint32_t n, std::uint32_t& count);

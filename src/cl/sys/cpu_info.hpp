@@ -1,4 +1,4 @@
-// What the processor tells about itself.
+// What the processor reports about itself.
 #pragma once
 
 #include <array>
@@ -42,7 +42,7 @@ cpu_record make_cpu_record(cpu_registers (*leaf)(std::uint32_t leaf, std::uint32
 // is never destroyed.
 extern cpu_record& cpu_info;
 
-// Called once, ahead of `main`.
+// Called once, before `main`.
 void fill_cpu_info();
 
 } // namespace cl

@@ -78,7 +78,7 @@ void release_library(library_table& table, const std::wstring& library);
 // The process's table. Usable from create_libraries on, and never destroyed.
 extern library_table& libraries;
 
-// Called once, ahead of `main`.
+// Called once, before `main`.
 void create_libraries(const module_calls& calls);
 
 // The calls of Windows.

@@ -94,7 +94,7 @@ os_record make_os_record(const os_facts& facts) {
     os.valid = true;
 
     os_facts::numbers real = facts.real;
-    real.build &= 0xFFFF; // the high bits tell the kind of the build
+    real.build &= 0xFFFF; // the high bits show the kind of the build
     os.version_masked =
         real.major != facts.shown.major || real.minor != facts.shown.minor || real.build != facts.shown.build;
     os.tablet = facts.tablet;

@@ -57,7 +57,7 @@ extern os_record& os_info;
 // Windows. Needs nothing else of this library, so that it can come first in the process.
 os_facts read_os_facts();
 
-// Called once, ahead of `main`.
+// Called once, before `main`.
 void fill_os_info(const os_facts& facts);
 
 } // namespace cl

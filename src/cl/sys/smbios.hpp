@@ -1,4 +1,4 @@
-// What the firmware's own table (SMBIOS) tells about the machine's parts.
+// What the firmware's own table (SMBIOS) says about the machine's parts.
 #pragma once
 
 #include <cstddef>

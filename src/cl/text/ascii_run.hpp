@@ -41,8 +41,9 @@ inline char* find_plain_end(char* p, char* end) {
             return p + std::countr_zero(static_cast<unsigned>(found));
     }
 #endif
-    while (p<end&& static_cast<signed char>(*p)> 0 && *p != '\n' && *p != '\r')
-        ++p;
+    for (; p < end; ++p)
+        if (*p == '\n' || *p == '\r' || *p == 0 || (*p & 0x80) != 0)
+            break;
     return p;
 }
 
@@ -64,7 +65,7 @@ inline std::ptrdiff_t widen_ascii_run(const std::uint8_t* p, std::ptrdiff_t n, w
                 _mm_storeu_si128(to++, _mm_unpackhi_epi16(half, zero));
             }
         }
-        // A byte's own high bit tells that it is no ASCII.
+        // A byte that is no ASCII has its own high bit set.
         if (const int odd = _mm_movemask_epi8(_mm_or_si128(ends, bytes)))
             return done + std::countr_zero(static_cast<unsigned>(odd));
     }

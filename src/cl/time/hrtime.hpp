@@ -1,6 +1,6 @@
 // The process's high-resolution clock: a counter and its rate, from the best of the machine's time sources.
-// The source is chosen at the first reading, which is slow for it (200 ms and more where the
-// processor's counter is measured); later readings cost what the source costs.
+// The source is chosen at the first reading, which is slow for it (200 ms and more where the processor's
+// counter is measured); later readings cost what the source costs.
 #pragma once
 
 #include "cl/os/mutex.hpp"
