@@ -121,7 +121,7 @@ struct cpu_setup {
 namespace cl {
 
 // After the records and the library table, which it asks when it chooses its source at the first reading.
-// The store stands ahead, because the clock writes there.
+// The store comes first, because the clock writes there.
 fact_store system_facts;
 hrtime_clock hrtime(windows_clock_sources, system_facts);
 

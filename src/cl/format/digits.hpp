@@ -1,5 +1,5 @@
 // How integers become digits: the alphabets, what the conversion letters mean, and writers that put the
-// digits of a value ahead of an end pointer.
+// digits of a value so that they end at an end pointer.
 #pragma once
 
 #include <array>

@@ -79,7 +79,7 @@ format_base<Ch>& format_base<Ch>::decimal(std::int64_t signed_form, std::uint64_
         return full_number(signed_form, unsigned_form, default_letter);
     Ch* sign = w.out;
     if (missing > 0) {
-        // Blanks go ahead of the sign, zeros behind it.
+        // Blanks go before the sign, zeros after it.
         if (d.fill == '0')
             repeat(w.out + negative, Ch{'0'}, missing);
         else

@@ -151,7 +151,7 @@ protected:
     format_base() = default;
     // The shipped targets lend a window: memory of theirs that may be written without a call of a slot. It
     // counts while the object is of the type `owner` itself, so that a derived class sees every text in its
-    // slots. The position is what `at` points to, the last character goes ahead of `limit`; with no room
+    // slots. The position is what `at` points to, the last character goes before `limit`; with no room
     // left, the slots are called. A staged window is emptied by put_text at the end of each insertion.
     format_base(const std::type_info& owner, Ch* first, Ch* limit, bool staged)
         : staged_(staged), limit_(limit), owner_(&owner), pos_(first) {}
@@ -233,7 +233,7 @@ private:
 
     void spill();
 
-    std::basic_string<Ch> text_; // what came ahead of `local_`
+    std::basic_string<Ch> text_; // what came before `local_`
     Ch local_[local_size];
 };
 

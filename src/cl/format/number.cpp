@@ -11,7 +11,7 @@ namespace {
 
 using namespace detail;
 
-// The longest digits have the largest precision: 127 places, the point and a digit ahead of it.
+// The longest digits have the largest precision: 127 places, the point and a digit before it.
 constexpr std::size_t max_digits = 132;
 
 template <class Ch>
@@ -158,7 +158,7 @@ struct number_printer {
         });
     }
 
-    // `write` puts the digits, `length` characters, ahead of an end pointer.
+    // `write` puts the digits, `length` characters, so that they end at an end pointer.
     template <class Write>
     window emit_number(const lead& ahead, int length, const Write& write) {
         int zeros = std::max(d.precision - length, 0);

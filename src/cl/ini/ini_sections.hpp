@@ -1,5 +1,5 @@
 // What the settings cache holds of an INI file: its sections and their lines in file order, each with flags
-// that tell how it differs from the file. Plain values without a lock and without a file.
+// that show how it differs from the file. Plain values without a lock and without a file.
 //
 // Names are trimmed before they are searched, and found by their first match without regard to case. Sections
 // and lines that are to be deleted stay in the lists until the commit.

@@ -1,4 +1,4 @@
-// The hardware addresses that tell one machine from another.
+// The hardware addresses by which one machine differs from another.
 #pragma once
 
 #include <cstdint>

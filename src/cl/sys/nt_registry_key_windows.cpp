@@ -35,7 +35,7 @@ constexpr NTSTATUS object_type_mismatch = static_cast<NTSTATUS>(0xC0000024);
 constexpr NTSTATUS name_not_found = static_cast<NTSTATUS>(0xC0000034);
 constexpr NTSTATUS name_too_long = static_cast<NTSTATUS>(0xC0000106);
 
-// False when the text is longer than such a record can tell.
+// False when the text is longer than such a record can hold.
 bool make_name(std::wstring_view text, UNICODE_STRING& name) {
     const std::size_t bytes = text.size() * sizeof(wchar_t);
     if (bytes > 0xFFFC)

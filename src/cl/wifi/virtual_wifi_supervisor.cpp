@@ -62,7 +62,7 @@ private:
         network_.sleep(poll_ms);
         if (!waited(stack_limit_ms))
             return state::wait_available;
-        // The start is tried all the same, and tells what is wrong.
+        // The start is tried all the same, and reports what is wrong.
         network_.write("Virtual Wi-Fi not available.\n");
         return state::check_active;
     }

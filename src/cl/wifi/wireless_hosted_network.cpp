@@ -101,7 +101,7 @@ std::int32_t wireless_hosted_network::query_state() {
         if (open_handle_(VFL_WLAN_CLIENT_VERSION, nullptr, &negotiated, &client))
             return VFL_WLAN_UNAVAILABLE;
     }
-    // The system may not have made the network's settings yet; if it can't, the query tells.
+    // The system may not have made the network's settings yet; if it can't, the query fails.
     std::uint32_t reason = 0;
     init_settings_(client, &reason, nullptr);
 
@@ -156,7 +156,7 @@ bool wireless_hosted_network::start(const std::string& ssid, const std::string& 
     if (!open_client())
         return false;
 
-    // One for all calls: a call that sets none is told with that of the call before it.
+    // One for all calls: the error text of a call that sets none has that of the call before it.
     std::uint32_t reason = 0;
     if (const std::uint32_t error = init_settings_(client_, &reason, nullptr))
         return fail(error_text("Error %? initializing network settings: %?", error, reason));

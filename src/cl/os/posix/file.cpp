@@ -120,7 +120,7 @@ bool held_by_others(int fd, off_t at) {
     return fcntl(fd, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
-// Takes the locks that tell others of this open and looks for a conflict. `momentary` are rights that are
+// Takes the locks that show this open to others and looks for a conflict. `momentary` are rights that are
 // needed now but not kept.
 bool take_share(int fd, std::uint32_t access, std::uint32_t share, std::uint32_t momentary) {
     const std::lock_guard guard(open_lock);
