@@ -12,7 +12,7 @@ namespace vfl::ctl {
 namespace {
 
 constexpr std::uint32_t poll_ms = 500;
-constexpr std::size_t piece_chars = 0x8000; // written at once
+constexpr std::size_t piece_chars = 0x40000; // written at once
 
 constinit HANDLE stop_event = nullptr;
 

@@ -151,6 +151,8 @@ log_text read_log(const std::vector<log_part>& parts, std::optional<local_ms> la
 }
 
 std::wstring line_text(std::string_view bytes) {
+    if (std::ranges::all_of(bytes, [](char c) { return static_cast<unsigned char>(c) < 0x80; }))
+        return {bytes.begin(), bytes.end()};
     const auto* const p = reinterpret_cast<const std::uint8_t*>(bytes.data());
     std::wstring text;
     text.reserve(bytes.size());
@@ -180,8 +182,17 @@ std::wstring day_text(std::int64_t day) {
 std::wstring time_text(local_ms time) {
     const std::int64_t day = day_nearest(time, static_cast<std::int32_t>(day_ms / 2));
     const auto ms = static_cast<std::uint32_t>(time - day * day_ms);
-    return day_text(day) +
-           cl::text(L" %02?:%02?:%02?.%03?", ms / 3'600'000, ms / 60'000 % 60, ms / 1000 % 60, ms % 1000);
+    // By hand: a log has hundreds of thousands of lines.
+    std::wstring text = day_text(day) + L" 00:00:00.000";
+    const auto put = [&text](std::size_t last_from_end, std::uint32_t number) {
+        for (std::size_t at = text.size() - last_from_end; number != 0; number /= 10)
+            text[--at] = static_cast<wchar_t>(L'0' + number % 10);
+    };
+    put(10, ms / 3'600'000);
+    put(7, ms / 60'000 % 60);
+    put(4, ms / 1000 % 60);
+    put(0, ms % 1000);
+    return text;
 }
 
 namespace {

@@ -123,8 +123,9 @@ std::string raw_line(const log_text& log, const log_line& line) {
 std::wstring shown_line(const log_text& log, const log_line& line, const log_selection& s) {
     constexpr std::size_t text_column = 25;
     std::wstring out;
+    out.reserve(text_column + 2 + line.end - line.begin);
     if (line.stamped) {
-        out = (line.certain ? L"" : L"~") + time_text(line.time());
+        out += (line.certain ? L"" : L"~") + time_text(line.time());
         out.resize(std::max(text_column, out.size() + 1), L' ');
     } else {
         out.assign(text_column, L' ');

@@ -1,5 +1,7 @@
 #include "ctl/output.hpp"
 
+#include <algorithm>
+
 namespace vfl::ctl {
 
 namespace {
@@ -34,6 +36,8 @@ std::wstring well_formed(std::wstring_view text) {
 }
 
 std::wstring shown(std::wstring_view foreign) {
+    if (std::ranges::all_of(foreign, [](wchar_t c) { return c >= 0x20 && c < 0x7F; }))
+        return std::wstring(foreign);
     std::wstring out = well_formed(foreign);
     for (wchar_t& c : out)
         if (is_control(c))

@@ -29,7 +29,7 @@ void write_all(stream to, std::string_view bytes) {
         const auto piece = static_cast<DWORD>(std::min<std::size_t>(bytes.size(), 0x100000));
         if (!WriteFile(handle, bytes.data(), piece, &written, nullptr)) {
             const DWORD error = GetLastError();
-            if (error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA)
+            if (error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA || error == ERROR_PIPE_NOT_CONNECTED)
                 throw reader_gone{};
             if (to == stream::out && error != ERROR_INVALID_HANDLE)
                 throw output_lost{error};
@@ -81,6 +81,9 @@ std::string encoded(std::wstring_view text) {
             lines += L'\r';
         lines += c;
     }
+    // The same in every code page, and most of what there is.
+    if (std::ranges::all_of(lines, [](wchar_t c) { return c < 0x80; }))
+        return {lines.begin(), lines.end()};
     UINT page = redirected_utf8 ? CP_UTF8 : GetConsoleOutputCP();
     if (page == 0)
         page = GetOEMCP();

@@ -39,48 +39,39 @@ machine_facts sound() {
 }
 
 void change(machine_facts& f, const std::string& name, const std::string& value) {
-    const std::map<std::string, std::variant<bool*, std::uint32_t*, std::uint64_t*, double*, std::wstring*,
-                                             std::vector<std::wstring>*, library_state*>>
-        fields{{"os_version", &f.os_version},
-               {"x64", &f.x64},
-               {"version_masked", &f.version_masked},
-               {"program_version", &f.program_version},
-               {"has_install_dir", &f.has_install_dir},
-               {"install_dir_exists", &f.install_dir_exists},
-               {"users_may_write", &f.users_may_write},
-               {"command", &f.service.program},
-               {"library_exists", &f.library_exists},
-               {"library_is_x64_dll", &f.library_is_x64_dll},
-               {"error", &f.service.error},
-               {"service_program_exists", &f.service_program_exists},
-               {"start_type", &f.service.start_type},
-               {"state", &f.service.state},
-               {"exit_code", &f.service.exit_code},
-               {"account", &f.service.account},
-               {"library", &f.library.state},
-               {"open_error", &f.nop.open_error},
-               {"nop_late", &f.nop.timed_out},
-               {"list_late", &f.connections.timed_out},
-               {"nop_done", &f.nop.end.done},
-               {"list_done", &f.connections.end.done},
-               {"snapshot_is_known", &f.snapshot_is_known},
-               {"ms", &f.connections.ms},
-               {"data_dir_exists", &f.data_dir_exists},
-               {"system_may_write", &f.system_may_write},
-               {"free_bytes", &f.free_bytes},
-               {"settings_are_a_folder", &f.settings_are_a_folder},
-               {"settings_error", &f.settings_error},
-               {"settings_holders", &f.settings_holders},
-               {"settings_exist", &f.settings_exist},
-               {"settings_findings", &f.settings_findings},
-               {"log_is_a_folder", &f.log_is_a_folder},
-               {"log_error", &f.log_error},
-               {"hosted_autostart", &f.hosted_autostart},
-               {"hosted_api", &f.hosted_api},
-               {"wlan_service_runs", &f.wlan_service_runs},
-               {"hosted_ssid_bytes", &f.hosted_ssid_bytes},
-               {"hosted_passphrase", &f.hosted_passphrase},
-               {"hosted_state_known", &f.hosted_state_known}};
+    std::istringstream names("os_version x64 version_masked program_version has_install_dir "
+                             "install_dir_exists users_may_write command library_exists "
+                             "library_is_x64_dll error service_program_exists start_type state exit_code "
+                             "account library open_error nop_late list_late nop_done list_done "
+                             "snapshot_is_known ms data_dir_exists system_may_write free_bytes "
+                             "settings_are_a_folder settings_error settings_holders settings_exist "
+                             "settings_findings log_is_a_folder log_error hosted_autostart hosted_api "
+                             "wlan_service_runs hosted_ssid_bytes hosted_passphrase hosted_state_known");
+    std::size_t i = 0;
+    for (std::string n; names >> n && n != name;)
+        ++i;
+    const std::vector<std::variant<bool*, std::uint32_t*, std::uint64_t*, double*, std::wstring*,
+                                   std::vector<std::wstring>*, library_state*>>
+        fields = {&f.os_version,         &f.x64,
+                  &f.version_masked,     &f.program_version,
+                  &f.has_install_dir,    &f.install_dir_exists,
+                  &f.users_may_write,    &f.service.program,
+                  &f.library_exists,     &f.library_is_x64_dll,
+                  &f.service.error,      &f.service_program_exists,
+                  &f.service.start_type, &f.service.state,
+                  &f.service.exit_code,  &f.service.account,
+                  &f.library.state,      &f.nop.open_error,
+                  &f.nop.timed_out,      &f.connections.timed_out,
+                  &f.nop.end.done,       &f.connections.end.done,
+                  &f.snapshot_is_known,  &f.connections.ms,
+                  &f.data_dir_exists,    &f.system_may_write,
+                  &f.free_bytes,         &f.settings_are_a_folder,
+                  &f.settings_error,     &f.settings_holders,
+                  &f.settings_exist,     &f.settings_findings,
+                  &f.log_is_a_folder,    &f.log_error,
+                  &f.hosted_autostart,   &f.hosted_api,
+                  &f.wlan_service_runs,  &f.hosted_ssid_bytes,
+                  &f.hosted_passphrase,  &f.hosted_state_known};
     const std::wstring wide(value.begin(), value.end());
     if (name == "exports")
         std::erase(f.library_exports, value);
@@ -96,7 +87,7 @@ void change(machine_facts& f, const std::string& name, const std::string& value)
                 else
                     *field = static_cast<T>(std::stoul(value));
             },
-            fields.at(name));
+            fields.at(i));
 }
 
 TEST(ctl_doctor, each_fact_has_its_verdict) {
