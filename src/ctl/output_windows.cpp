@@ -117,7 +117,8 @@ bool standard_output::is_console(stream of, std::size_t& width) {
     CONSOLE_SCREEN_BUFFER_INFO info;
     if (!GetConsoleScreenBufferInfo(handle_of(of), &info))
         return false;
-    width = static_cast<std::size_t>(info.srWindow.Right - info.srWindow.Left + 1);
+    const int columns = info.srWindow.Right - info.srWindow.Left + 1;
+    width = static_cast<std::size_t>(columns);
     return true;
 }
 
