@@ -20,7 +20,7 @@ class connection_map {
     struct slot {
         connection_entry entry;
         slot* next_free = nullptr;
-        slot* follower = nullptr; // the entry that a block named after this one, most likely still
+        slot* follower = nullptr; // the entry that an earlier block named after this one; may be dead
         std::uint32_t seen = 0;   // the complete block that named it last
         bool live = false;
     };

@@ -31,7 +31,7 @@ public:
         if (!block.may_hold(at, count))
             return snapshot_block::too_short;
         const std::uint32_t records = block.header().record_count;
-        if (count / 4 <= std::size_t{records} + few) {
+        if (count / texts_per_record <= std::size_t{records} + spare_records) {
             items_.reserve(count);
             return block.walk(at, count, [this](block_text text) { items_.push_back({text}); });
         }
@@ -79,8 +79,8 @@ public:
     }
 
 private:
-    static constexpr std::uint32_t few =
-        64; // texts beyond the records' that a pool may have at any rate, by four
+    // A pool is kept whole while it has no more texts than that for each record, and for a few records more.
+    static constexpr std::uint32_t texts_per_record = 4, spare_records = 64;
     static constexpr std::size_t kept_texts = 1'000'000;
 
     std::vector<item> items_;

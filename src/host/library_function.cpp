@@ -9,8 +9,7 @@ const char* load_failure_text(std::uint32_t error) {
     switch (error) {
     case cl::os::error_not_found:
     case cl::os::error_path_not_found:
-    case cl::os::error_module_not_found: // also when the library is there and one that it is linked with
-                                         // isn't
+    case cl::os::error_module_not_found: // also of a library that this one is linked with
         return "the file, or a library that it needs, is missing";
     case cl::os::error_access_denied:
         return "no right to read the file";

@@ -14,8 +14,7 @@ inline constexpr std::uint32_t error_invalid_handle = 6;
 inline constexpr std::uint32_t error_not_enough_memory = 8;
 inline constexpr std::uint32_t error_outofmemory = 14;
 inline constexpr std::uint32_t error_not_same_device = 17;
-inline constexpr std::uint32_t error_gen_failure =
-    31; // a device that doesn't work, and all that has no number
+inline constexpr std::uint32_t error_gen_failure = 31; // a device fails; also what has no other number
 inline constexpr std::uint32_t error_sharing = 32;
 inline constexpr std::uint32_t error_not_supported = 50;
 inline constexpr std::uint32_t error_exists = 80; // a file that was to be new
