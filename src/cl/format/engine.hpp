@@ -30,7 +30,7 @@ inline auto format_base<Ch>::text_in(window w, const Ch* text, std::size_t n) ->
 }
 
 // Emits literal text up to the next directive, parses that, and leaves what has been written in the target.
-// All that is not of every day is called last, so that the rest needs no stack.
+// Rare cases are tail calls, so that the common path needs no stack frame.
 template <class Ch>
 template <bool Slots>
 inline format_base<Ch>& format_base<Ch>::scan(const Ch* f, window w) {
@@ -51,9 +51,9 @@ inline format_base<Ch>& format_base<Ch>::scan(const Ch* f, window w) {
         if (w.out < w.limit) [[likely]]
             *w.out++ = c;
         else if constexpr (Slots)
-            w = slot_fill(w, c, 1);
+            w = slot_literal(w, f);
         else
-            return scan_slots(f, c, w);
+            return scan_slots(f, w);
     }
     fmt = f;
     *at_ = w.out;
@@ -62,7 +62,7 @@ inline format_base<Ch>& format_base<Ch>::scan(const Ch* f, window w) {
     return *this;
 }
 
-// Behind an argument: past its directive, whose settings are reset, and on to the next one.
+// After an argument: past its directive, whose settings are reset, and on to the next one.
 template <class Ch>
 inline format_base<Ch>& format_base<Ch>::next(window w) {
     d = {};

@@ -48,20 +48,45 @@ void format_base<Ch>::scan_format(const Ch* format) {
     scan<false>(format ? format : no_text, open());
 }
 
-// Goes on where the window has no room for `c`, with slots.
+// The character that a slot is called for stands for the directive that waits: if the slot throws, finish()
+// goes on after it.
 template <class Ch>
-format_base<Ch>& format_base<Ch>::scan_slots(const Ch* f, Ch c, window w) {
-    return scan<true>(f + 1, slot_fill(w, c, 1));
+auto format_base<Ch>::slot_literal(window w, const Ch* f) -> window {
+    fmt = f;
+    at_end = false;
+    return slot_fill(w, *f, 1);
 }
 
+// Goes on with slots where the window has no room for the character at f.
+template <class Ch>
+format_base<Ch>& format_base<Ch>::scan_slots(const Ch* f, window w) {
+    w = slot_literal(w, f);
+    return scan<true>(f + 1, w);
+}
+
+// The directives that parse() isn't needed for: a width of one digit, as in %02? or %4?.
+template <class Ch>
+inline bool format_base<Ch>::take_short_directive() {
+    const bool zero = *fmt == '0';
+    const Ch* const f = fmt + zero;
+    if (*f < '1' || *f > '9' || f[1] != '?')
+        return false;
+    if (zero)
+        d.fill = '0';
+    d.width = static_cast<std::uint8_t>(d.width * 10 + (*f - '0'));
+    fmt = f + 1;
+    return true;
+}
+
+// The position is on the letter before the slot, which may throw, is called.
 template <class Ch>
 format_base<Ch>& format_base<Ch>::settle(window w) {
-    if (staged_ && w.limit == limit_)
-        put_text(w.out, 0);
-    if (!at_end) {
+    if (!at_end && !take_short_directive()) {
         fmt = d.parse(fmt);
         at_end = *fmt == 0;
     }
+    if (staged_ && w.limit == limit_)
+        put_text(w.out, 0);
     return *this;
 }
 

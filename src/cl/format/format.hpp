@@ -18,6 +18,10 @@
 // directive without an argument is dropped by finish(), and a full buffer truncates. Only a string that grows
 // can throw, on lack of memory. A formatter belongs to one thread; the engine shares no state and takes no
 // lock.
+//
+// Traps: a text under x, X or p prints its address. '*' takes the low byte of its integer as a signed number:
+// 200 is -56, a width of 56 left-aligned. Widths, precisions and digits in the format itself are 8 bits and
+// wrap: %259? is %3?. '~' counts only under ',', and ~20 or more cuts nothing, because no integer is as long.
 #pragma once
 
 #include "cl/format/directive.hpp"
@@ -51,7 +55,7 @@ template <class T>
 concept formattable_integer = std::integral<T> && sizeof(T) <= 8;
 
 // The engine. A target derives from it and defines the three slots; derived classes may override them
-// further.
+// further. A slot may throw: what it was called for counts as written, and finish() goes on after that.
 template <class Ch>
 class format_base {
     static_assert(std::same_as<Ch, char> || std::same_as<Ch, wchar_t>);
@@ -184,11 +188,13 @@ private:
     }
     window slot_fill(window w, Ch c, int count);
     window slot_text(window w, const Ch* text, std::size_t n);
+    window slot_literal(window w, const Ch* f);
     window fill_in(window w, Ch c, int count);
     window text_in(window w, const Ch* text, std::size_t n);
     template <bool Slots>
     format_base& scan(const Ch* f, window w);
-    format_base& scan_slots(const Ch* f, Ch c, window w);
+    format_base& scan_slots(const Ch* f, window w);
+    bool take_short_directive();
     format_base& settle(window w);
     format_base& next(window w);
 

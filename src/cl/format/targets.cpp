@@ -73,9 +73,11 @@ std::string basic_sformat<char>::result() const {
     return {};
 }
 
+// With no room there is no window: the caller may move the cursor back, and only the slots know where the
+// terminator goes.
 basic_spformat<char>::basic_spformat(char** cursor, char* end, const char* format)
-    : format_base(typeid(basic_spformat), cursor, *cursor < end ? end - 1 : *cursor), cursor_(cursor),
-      end_(end) {
+    : format_base(*cursor < end ? typeid(basic_spformat) : typeid(void), cursor, end - (*cursor < end)),
+      cursor_(cursor), end_(end) {
     scan_format(format);
 }
 

@@ -8,18 +8,10 @@ namespace cl {
 
 namespace {
 
-wchar_t fold(wchar_t c) {
-    return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c + (L'a' - L'A')) : c;
-}
-
-constexpr bool blank(wchar_t c) {
-    return c == L' ' || static_cast<std::uint32_t>(c) - L'\t' <= L'\r' - L'\t';
-}
-
 // Without a branch, so that it is done for several characters at once.
 void blanks_to_spaces(std::wstring& s) {
     for (wchar_t& c : s)
-        c = static_cast<std::uint32_t>(c) - L'\t' <= L'\r' - L'\t' ? L' ' : c;
+        c = is_blank(c) ? L' ' : c;
 }
 
 // Where a line splits into key and value; npos if it is no key line.
@@ -30,24 +22,6 @@ std::size_t key_line_split(std::wstring_view line) {
 }
 
 } // namespace
-
-std::wstring_view trim_front(std::wstring_view s) {
-    std::size_t n = 0;
-    while (n < s.size() && blank(s[n]))
-        ++n;
-    return s.substr(n);
-}
-
-std::wstring_view trim_back(std::wstring_view s) {
-    std::size_t n = s.size();
-    while (n > 0 && blank(s[n - 1]))
-        --n;
-    return s.substr(0, n);
-}
-
-std::wstring_view trim_both(std::wstring_view s) {
-    return trim_back(trim_front(s));
-}
 
 int compare_ci(std::wstring_view a, std::wstring_view b) {
     const std::size_t n = std::min(a.size(), b.size());

@@ -3,6 +3,8 @@
 // terminator. Any thread may call these functions; nothing fails.
 #pragma once
 
+#include "cl/text/string_util.hpp"
+
 #include <cstddef>
 #include <functional>
 #include <string>
@@ -14,11 +16,6 @@ namespace cl {
 using next_line = std::function<bool(std::wstring& line)>;
 // Takes a line, adds the line end; false if it could not be written.
 using put_line = std::function<bool(const std::wstring& line)>;
-
-// The text without the white space in front, at its end, and at both ends.
-std::wstring_view trim_front(std::wstring_view s);
-std::wstring_view trim_back(std::wstring_view s);
-std::wstring_view trim_both(std::wstring_view s);
 
 // Orders names: < 0, 0, > 0. The shorter length decides first, then the difference of the lengths. In
 // contrast to icompare, a zero is a character like any other.

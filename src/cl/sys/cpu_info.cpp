@@ -1,9 +1,11 @@
 #include "cl/sys/cpu_info.hpp"
 
 #include "cl/os/never_destroyed.hpp"
+#include "cl/text/string_util.hpp"
 
 #include <cpuid.h>
 #include <cstring>
+#include <string_view>
 
 namespace cl {
 
@@ -19,22 +21,11 @@ void put_register(char* to, std::uint32_t value) {
         to[i] = static_cast<char>(value >> 8 * i & 0xFF);
 }
 
-bool is_space(char c) {
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
 // One blank at the very end stays, on purpose.
-std::string normalise(const char* brand) {
-    std::string text;
-    bool after_space = false;
-    for (; *brand != 0; ++brand) {
-        const bool space = is_space(*brand);
-        if (!space)
-            text += *brand;
-        else if (!text.empty() && !after_space)
-            text += ' ';
-        after_space = space;
-    }
+std::string squeezed_brand(std::string_view brand) {
+    std::string text = squeeze_blanks(brand.data());
+    if (!text.empty() && is_blank(brand.back()))
+        text += ' ';
     return text;
 }
 
@@ -79,7 +70,7 @@ cpu_record make_cpu_record(cpu_registers (*leaf)(std::uint32_t leaf, std::uint32
             }
         }
     }
-    cpu.brand_text = normalise(cpu.brand);
+    cpu.brand_text = squeezed_brand(cpu.brand);
     return cpu;
 }
 

@@ -2,6 +2,7 @@
 
 #include "cl/format/text.hpp"
 #include "cl/format/value_text.hpp"
+#include "cl/text/string_util.hpp"
 
 #include <algorithm>
 #include <optional>
@@ -76,14 +77,6 @@ std::optional<structure> take_structure(bytes& rest) {
     return s;
 }
 
-std::string_view cut_blanks(std::string_view text) {
-    constexpr std::string_view blanks = " \t\n\v\f\r";
-    const std::size_t first = text.find_first_not_of(blanks);
-    if (first == std::string_view::npos)
-        return {};
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
-
 std::string uuid_text(bytes data) {
     guid id{};
     for (std::size_t i = 4; i-- > 0;)
@@ -134,8 +127,8 @@ std::string smbios_items(std::span<const std::byte> table) {
         switch (s->type) {
         case base_board_structure:
             if (!have_board) {
-                maker = cut_blanks(s->string_at(board_maker));
-                serial = cut_blanks(s->string_at(board_serial));
+                maker = trim_both(s->string_at(board_maker));
+                serial = trim_both(s->string_at(board_serial));
                 have_board = true;
             }
             break;

@@ -7,14 +7,6 @@ namespace cl {
 
 namespace {
 
-wchar_t fold(wchar_t c) {
-    return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c + (L'a' - L'A')) : c;
-}
-
-char fold(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
-}
-
 int icompare_n(const wchar_t* a, const wchar_t* b, std::size_t n) {
     for (std::size_t i = 0; i < n; ++i) {
         const wchar_t x = fold(a[i]);
@@ -27,14 +19,6 @@ int icompare_n(const wchar_t* a, const wchar_t* b, std::size_t n) {
     return 0;
 }
 
-std::wstring_view trimmed(const wchar_t* p, std::size_t n) {
-    while (n && is_blank(*p)) {
-        ++p;
-        --n;
-    }
-    return trim_right_view(p, n);
-}
-
 // The value of a digit in bases up to 36, or 36.
 unsigned digit_value(wchar_t c) {
     if (c >= L'0' && c <= L'9')
@@ -45,10 +29,6 @@ unsigned digit_value(wchar_t c) {
 
 } // namespace
 
-bool is_blank(wchar_t c) {
-    return c == L' ' || (c >= L'\t' && c <= L'\r');
-}
-
 int icompare(const wchar_t* a, std::size_t an, const wchar_t* b, std::size_t bn) {
     if (const int order = icompare_n(a, b, std::min(an, bn)))
         return order;
@@ -57,7 +37,7 @@ int icompare(const wchar_t* a, std::size_t an, const wchar_t* b, std::size_t bn)
 }
 
 int icompare_trimmed(const wchar_t* a, std::size_t an, const wchar_t* b, std::size_t bn) {
-    return icompare(trimmed(a, an), trimmed(b, bn));
+    return icompare(trim_both({a, an}), trim_both({b, bn}));
 }
 
 bool starts_with_i(std::wstring_view s, std::wstring_view prefix) {
@@ -76,18 +56,12 @@ std::wstring lower_copy(std::wstring s) {
 }
 
 std::wstring& trim_left(std::wstring& s) {
-    return s.erase(0, static_cast<std::size_t>(std::find_if_not(s.begin(), s.end(), is_blank) - s.begin()));
+    return s.erase(0, s.size() - trim_front(s).size());
 }
 
 std::wstring& trim_right(std::wstring& s) {
-    s.resize(trim_right_view(s.data(), s.size()).size());
+    s.resize(trim_back(s).size());
     return s;
-}
-
-std::wstring_view trim_right_view(const wchar_t* p, std::size_t n) {
-    while (n && is_blank(p[n - 1]))
-        --n;
-    return {p, n};
 }
 
 std::string squeeze_blanks(const char* s) {

@@ -7,10 +7,50 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace cl {
 
-bool is_blank(wchar_t c);
+template <class Ch>
+constexpr bool is_blank(Ch c) {
+    const auto u = static_cast<std::uint32_t>(static_cast<std::make_unsigned_t<Ch>>(c));
+    return u == ' ' || u - '\t' <= '\r' - '\t';
+}
+
+// A to Z as a to z.
+template <class Ch>
+constexpr Ch fold(Ch c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<Ch>(c + ('a' - 'A')) : c;
+}
+
+// The text without the blanks in front, at its end, and at both ends.
+template <class Ch>
+constexpr std::basic_string_view<Ch> trim_front_view(std::basic_string_view<Ch> s) {
+    while (!s.empty() && is_blank(s.front()))
+        s.remove_prefix(1);
+    return s;
+}
+template <class Ch>
+constexpr std::basic_string_view<Ch> trim_back_view(std::basic_string_view<Ch> s) {
+    while (!s.empty() && is_blank(s.back()))
+        s.remove_suffix(1);
+    return s;
+}
+constexpr std::wstring_view trim_front(std::wstring_view s) {
+    return trim_front_view(s);
+}
+constexpr std::wstring_view trim_back(std::wstring_view s) {
+    return trim_back_view(s);
+}
+constexpr std::wstring_view trim_both(std::wstring_view s) {
+    return trim_back_view(trim_front_view(s));
+}
+constexpr std::string_view trim_both(std::string_view s) {
+    return trim_back_view(trim_front_view(s));
+}
+inline std::wstring_view trim_right_view(const wchar_t* p, std::size_t n) {
+    return trim_back(std::wstring_view(p, n));
+}
 
 // Orders two texts without regard to case: < 0, 0 or > 0. The shorter length decides first, then the lengths.
 // A zero at the same place in both ends that first comparison.
@@ -33,9 +73,6 @@ std::wstring& trim_left(std::wstring& s);
 std::wstring& trim_right(std::wstring& s);
 
 std::wstring lower_copy(std::wstring s);
-
-// The text without the blanks at its end.
-std::wstring_view trim_right_view(const wchar_t* p, std::size_t n);
 
 // Every run of blanks becomes one ' '; at the start and at the end it vanishes.
 std::string squeeze_blanks(const char* s);

@@ -1,22 +1,34 @@
-// Exact texts: what the model of integers doesn't know.
+// The format engine: exact texts, the model, and what its targets see.
+#include "cl/format/format_round.hpp"
+#include "cl/format/json_tokens.hpp"
 #include "cl/format/text.hpp"
+#include "guard_page.hpp"
+#include "rows.hpp"
 
-#include <gtest/gtest.h>
-#include <type_traits>
+#include <cstring>
 
 namespace {
 
 using namespace std::string_literals;
 
-template <class Ch, class... Args>
-void prints(const std::type_identity_t<std::basic_string<Ch>>& want, const Ch* format, const Args&... args) {
-    cl::basic_format<Ch> f(format);
-    static_cast<void>((f << ... << args));
-    EXPECT_EQ(f.str(), want) << format;
+TEST(format, integers_and_targets_agree) {
+    run_seeds(1500, run_format);
 }
 
-const char* address(std::uintptr_t n) {
-    return reinterpret_cast<const char*>(n);
+TEST(format, exact_texts) {
+    for_rows("formats.tsv", [](const row& r) {
+        const std::wstring format = r.wide("format"), text = r.wide("text");
+        const std::vector<argument> arguments = arguments_of(r.wide("arguments"));
+        cl::basic_format<wchar_t> w(format.c_str());
+        const std::string narrow(format.begin(), format.end());
+        cl::basic_format<char> f(narrow.c_str());
+        insert(w, arguments);
+        insert(f, arguments);
+        if (r.text("kind") == "w")
+            EXPECT_EQ(w.str(), text);
+        else
+            EXPECT_EQ(f.str(), std::string(text.begin(), text.end()));
+    });
 }
 
 // What makes a literal format with another number of arguments fail to compile.
@@ -24,65 +36,20 @@ static_assert(cl::detail::count_arguments("") == 0 && cl::detail::count_argument
 static_assert(cl::detail::count_arguments("%?%") == 2 && cl::detail::count_arguments(L"%s%%%?") == 2);
 static_assert(cl::detail::count_arguments("%0*?|%*.*~*I64d|%5%|%-#' +,08.3~2llx") == 8);
 
-TEST(format, in_one_call) {
-    EXPECT_EQ(cl::text("%%%0*?, %?, %?", 3, 7, L"wide", "ab"s), "%007, wide, ab");
-    EXPECT_EQ(cl::text(L"%?%?", L"ab"s, -1), L"ab-1");
+TEST(format, types) {
+    EXPECT_EQ(cl::text("%? %? %d %c %?", 'A', true, false, L'c', "a\0b"s), "65 1 0 c a\0b"s);
+    EXPECT_EQ(cl::text("%? %? %? %d", u'\xFFFF', U'\x10FFFF', L'\xFFFF', L'\xFFFF'),
+              "65535 1114111 65535 -1");
+    EXPECT_EQ(cl::text("%? %? %?", -1L, 1UL, -1LL), "-1 1 -1");
+    EXPECT_EQ(
+        cl::text("[%?%4?]%?%5?", std::wstring_view(), std::string_view(), L""s, std::wstring_view(L"xyz", 2)),
+        "[    ]   xy");
+    EXPECT_EQ(cl::text(L"%? %.2?|", static_cast<const wchar_t*>(nullptr), std::wstring_view(L"xyz", 3)),
+              L"(null) xy|");
     EXPECT_EQ(cl::text("none"), "none");
-}
-
-TEST(format, integers) {
-    prints("65 7 1 2     3 4 6", "%s %f %i %\x80 %5% %d %i", 65, 7, 1, 2, 3, 4, 6u);
-    prints("1 2 3 4 5 6", "%lu %llu %I64u %hu %Lu %hlu", 1, 2, 3, 4, 5, 6);
-    prints("1u 26u 3u", "%Iu %I6u %hhu", 1, 2, 3);
-    prints("-07|-00000123|-7|-7|", "%03?|%09?|%01?|%02?|", -7, -123, -7, -7);
-    // Numbers are 8 bits and wrap; a negative precision is none.
-    prints("  7|7|7|0|", "%259?|%.257?|%.200?|%.?|", 7, 7, 7, 0);
-    prints("-1 255 65 1 0", "%? %u %? %? %d", static_cast<signed char>(-1), static_cast<signed char>(-1), 'A',
-           true, false);
-    prints("65535 1114111 65535 -1 c", "%? %? %? %d %c", u'\xFFFF', U'\x10FFFF', L'\xFFFF', L'\xFFFF', L'c');
-    prints("-1 1 -1", "%? %? %?", -1L, 1UL, -1LL);
-    prints(L"-7\u20AC\u20AC a:bcde", L"%?\u20AC%? %'x", -7, L"\u20AC", 0xABCDE);
-    prints(L"\n1? 2?\u1234", L"%c%\u0130?%2\u0663?%c", 0x3000A, 1, 2, 0x1234);
-    prints(L"  ab xy", L"%4? %.2?", L"ab"s, std::wstring_view(L"xyz", 3));
-}
-
-TEST(format, texts) {
-    prints("abc|   abc|ab    |000ab|    ab", "%.3?|%6.3?|%-6?|%05?|%06.2?", "abcdef", "abcdef", "ab", "ab",
-           "ab");
-    prints("abcd", "%d%s%c%,'+#o", "a", "b", "c", "d");
-    prints("(null) (n   (null)", "%? %.2? %8?", address(16), address(4095), static_cast<wchar_t*>(nullptr));
-    prints("[    ]", "[%?%4?]", std::wstring_view(), std::string_view());
-    prints("0xabc 0xABC 0xabc        0xabc", "%x %X %p %12x", address(0xABC), address(0xABC), address(0xABC),
-           address(0xABC));
-    prints("a\0b xy "s, "%? %? %?", "a\0b"s, std::string_view("xyz", 2), ""s);
-    // Wide text becomes ANSI bytes, and a precision counts those.
-    prints("\x80\xE4 ab |   xy", "%? %.2? %?|%5?", L"\u20AC\u00E4", L"abc", L""s, std::wstring_view(L"xy"));
-    // A text can't stand in for a star.
-    prints("ab|cd|ef|", "%*?|%.*?|%,.3~*?|", "ab", "cd", L"ef");
-}
-
-TEST(format, stars) {
-    prints("07|7  |   7?|", "%0*?|%*?|%**?|", 2, 7, -3, 7, 4, 7);
-    prints("7" + std::string(55, ' ') + "|7" + std::string(127, ' ') + "|", "%*?|%*?|", 200, 7, -128, 7);
-    prints("007|7|007|ab|", "%.*?|%.*?|%.*?|%.*?|", 3, 7, -3, 7, 0x103, 7, 2, "abc");
-    prints("      12|", "%,*.*~*?|", std::int64_t{8}, std::int8_t{3}, 2u, 12345);
-}
-
-TEST(format, scanning_and_finish) {
-    prints("", "");
-    prints("100%|%1%", "100%%|%%%?%%", 1);
-    prints("-7", "%", -7);
-    prints("a65bc", "a%?b%?c%", 'A', "");
-    prints("ab?c?d", "a%?b%?c%?d");
-    prints("abc", "a%?b%5%c%-");
-    prints("ab%c%", "a%?b%5%%c%%");
-    prints("ab", "a%5%b");
-    prints("1b2c", "%?", 1, "b", 2u, L"c");
-    prints("     0x12557", "%#8x", 1, 255, 7);
-    cl::basic_format<char> twice("%?b%?c");
-    twice.finish();
-    twice.finish();
-    EXPECT_EQ((twice << 7).str(), "b?c7");
+    cl::basic_format<char> f("%? %04? %d");
+    f.arg32(255, 255, 'x').arg64(10, 10, 'X').arg32(-1, 255, 'x');
+    EXPECT_EQ(f.str(), "ff 000A -1");
 }
 
 TEST(format, a_string_takes_several_formats_in_turn) {
@@ -103,13 +70,146 @@ TEST(format, a_string_takes_several_formats_in_turn) {
     }
     EXPECT_EQ(text, "> 1a2b7" + std::string(22, ' ') + "|?.");
     { cl::basic_strformat<char> unused(text, nullptr); }
-    EXPECT_EQ(text.size(), 32u);
+    cl::basic_format<char> twice("%?b%?c");
+    twice.finish();
+    twice.finish();
+    EXPECT_EQ((twice << 7).str(), "b?c7");
 }
 
-TEST(format, a_type_may_print_in_any_letter_by_default) {
-    cl::basic_format<char> f("%? %04? %d");
-    f.arg32(255, 255, 'x').arg64(10, 10, 'X').arg32(-1, 255, 'x');
-    EXPECT_EQ(f.str(), "ff 000A -1");
+TEST(format, nothing_is_touched_beyond_buffers_formats_and_texts) {
+    const guard_page memory;
+    for (std::size_t size = 0; size <= 60; ++size) {
+        char* const buf = memory.last<char>(size);
+        std::memset(buf - 1, 0x55, size + 1);
+        char* cursor = buf;
+        for (int i = 0; i < 2; ++i)
+            cl::basic_spformat<char>(&cursor, buf + size, "a%-4?%05?%'?|%#07x%.9?")
+                << "t" << -1 << 1234 << 255 << 7;
+        std::string all = "at   -00011,234|0x000ff000000007";
+        all = "\x55" + (all + all).substr(0, size ? size - 1 : 0) + (size ? "\0"s : "");
+        all.resize(size + 1, '\x55');
+        EXPECT_EQ(std::string(buf - 1, size + 1), all);
+    }
+    const std::string nasty = "%?%% % #'+,-0*.*~*I64?%I6%hl%5.12~3ll%";
+    for (std::size_t n = 0; n <= nasty.size(); ++n) {
+        const char* const start = std::strcpy(memory.last<char>(n + 1), nasty.substr(0, n).c_str());
+        cl::basic_format<char>(start).finish();
+        EXPECT_NE((cl::basic_format<char>(start) << 1 << 2 << "3" << 4 << 5 << 6 << 8).str().find('8'),
+                  std::string::npos);
+    }
+    const char* const text = static_cast<const char*>(std::memcpy(memory.last<char>(3), "abc", 3));
+    EXPECT_EQ(cl::text("%.*?%?", 3, text, std::string_view(text, 3)), "abcabc");
+    wchar_t* const wide = memory.last<wchar_t>(2);
+    wide[0] = wide[1] = L'w';
+    EXPECT_EQ(cl::text("%.2?", wide), "ww");
+}
+
+// Wherever the caller moves the cursor, the last place is kept for the terminator.
+TEST(format, a_cursor_that_comes_back_from_the_end) {
+    char buf[] = "xxxxxxx";
+    char* cursor = buf + sizeof buf;
+    {
+        cl::basic_spformat<char> f(&cursor, buf + sizeof buf, "lost%?%?");
+        cursor = buf + 3;
+        f << "abcde"
+          << "g";
+    }
+    EXPECT_STREQ(buf, "xxxabcd");
+    EXPECT_EQ(cursor, buf + 7);
+}
+
+// The call that throws is the only one whose text is lost: nothing comes twice, and nothing is read after the
+// format's end.
+TEST(format, slots_that_throw) {
+    const char* const left[] = {"12bc%?e", "a12c%?e", "abc%?e", "ab12%?e", "ab12c?e", "ab12c%", "ab12c%e"};
+    for (int n = 1; n <= 7; ++n) {
+        SCOPED_TRACE(n);
+        slot_target f(n);
+        const auto attempt = [](const auto& work) {
+            try {
+                work();
+            } catch (const std::string&) {
+            }
+        };
+        attempt([&] { f.scan_format("ab%?c%%%5?e%"); });
+        attempt([&] { f << 12; });
+        attempt([&] { f.finish(); });
+        f.finish();
+        EXPECT_EQ(f.text, left[n - 1]);
+    }
+}
+
+// The literal text in front of the first directive is out before the derived class exists.
+template <class Base>
+struct overridden : Base {
+    using Base::Base;
+    void put_fill(char c, int count) override { Base::put_fill(c == 'a' ? 'A' : c, count); }
+    void put_text(const char* text, std::size_t n) override {
+        Base::put_text(("<" + std::string(text, n) + ">").c_str(), n + 2);
+    }
+    std::string result() const override { return "own " + Base::result(); }
+};
+
+TEST(format, overridden_slots_see_everything) {
+    const char* const format = "a%?a-%4?a%#010.3?a%?";
+    const std::string want = "a<42>A-   <t>A       00<7>A";
+    char buf[64];
+    char* cursor = buf;
+    std::string text;
+    const auto use = [](auto&& target, const std::string& result) {
+        target << 42 << "t" << 7;
+        EXPECT_EQ(target.str(), "own " + result);
+    };
+    use(overridden<cl::basic_format<char>>(format), want);
+    use(overridden<cl::basic_sformat<char>>(buf, sizeof buf, format), "");
+    EXPECT_EQ(buf, want);
+    use(overridden<cl::basic_spformat<char>>(&cursor, buf + sizeof buf, format), "");
+    EXPECT_EQ(std::string(buf, cursor), want);
+    use(overridden<cl::basic_strformat<char>>(text, format), "");
+    EXPECT_EQ(text, want);
+}
+
+cl::ip6_addr address(const std::string& full) {
+    cl::ip6_addr a;
+    std::istringstream groups(full);
+    std::string group;
+    for (std::uint8_t* to = a.bytes; std::getline(groups, group, ':'); to += 2) {
+        to[0] = static_cast<std::uint8_t>(std::stoul(group, nullptr, 16) >> 8);
+        to[1] = static_cast<std::uint8_t>(std::stoul(group, nullptr, 16));
+    }
+    return a;
+}
+
+TEST(value_text, addresses_and_durations) {
+    for_rows("value_texts.tsv", [](const row& r) {
+        const std::string value = r.text("value"), plain = r.text("text");
+        if (r.text("kind") == "duration") {
+            EXPECT_EQ(cl::duration_text(std::stoull(value), static_cast<std::uint32_t>(r.number("unit"))),
+                      plain);
+            return;
+        }
+        const cl::ip6_addr a = address(value);
+        const bool mapped = plain.find('.') != std::string::npos;
+        const std::string full = mapped ? plain : value, bracketed = mapped ? plain : "[" + plain + "]";
+        EXPECT_EQ(cl::address_text(a, false, false), plain);
+        EXPECT_EQ(cl::text("%?|%#?:%?|%0?|%40?|%.2?", a, a, 80, a, a, a),
+                  plain + "|" + bracketed + ":80|" + full + "|" + std::string(40 - plain.size(), ' ') +
+                      plain + "|" + plain.substr(0, 2));
+    });
+}
+
+TEST(value_text, other_values) {
+    const cl::mac_addr mac{{0x00, 0x11, 0x2a, 0x33, 0x44, 0xff}};
+    const cl::guid id{0xABC, 0x1, 0xF00D, {0xDE, 0xAD, 0, 1, 2, 3, 4, 0xEF}};
+    EXPECT_EQ(cl::text("%? %#? {%?} %?", mac, mac, id, cl::mac_text(mac.bytes, true)),
+              "00:11:2a:33:44:ff 00-11-2a-33-44-ff {00000abc-0001-f00d-dead-0001020304ef} 00-11-2a-33-44-ff");
+    cl::jctrl<'{', 5> open;
+    const cl::jformatter& token = open;
+    EXPECT_EQ(token.kind(), 5);
+    EXPECT_EQ(token.render(true), "{");
+    open.name = "a";
+    EXPECT_EQ(token.render(true), "\"a\":{");
+    EXPECT_EQ(token.render(false), "a = {");
 }
 
 } // namespace
