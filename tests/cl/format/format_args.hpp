@@ -11,7 +11,7 @@
 
 using argument = std::variant<std::int8_t, std::uint8_t, std::int16_t, std::uint16_t, std::int32_t,
                               std::uint32_t, std::int64_t, std::uint64_t, bool, char, wchar_t, const char*,
-                              std::string, std::wstring, cl::ip6_addr, cl::mac_addr, cl::guid>;
+                              std::string, std::wstring, cl::ip6_addr, cl::mac_addr>;
 inline constexpr std::size_t integer_types = 8;
 
 template <std::size_t I = 0>

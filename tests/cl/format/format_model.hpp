@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <map>
 #include <string>
 
 // A directive in its parts.
@@ -26,52 +25,45 @@ struct directive {
     }
 };
 
-// `value` is sign-extended to 64 bits; `bits` and `is_signed` describe its type.
 class format_model {
 public:
-    format_model(const directive& d, std::uint64_t value, int bits, bool is_signed)
-        : d_(d), value_(bits == 64 ? value : value & ((std::uint64_t{1} << bits) - 1)), bits_(bits),
-          is_signed_(is_signed), precision_(d.precision) {}
+    explicit format_model(const directive& d) : d_(d), precision_(d.precision) {}
 
-    std::string print() {
-        char letter = d_.letter;
-        if (letter == '?' || letter == 'i')
-            letter = is_signed_ ? 'd' : 'u';
+    // `value` is sign-extended to 64 bits; `bits` and `is_signed` describe its type.
+    std::string print(std::uint64_t value, unsigned bits, bool is_signed) {
+        const std::uint64_t mask = ~std::uint64_t{0} >> (64 - bits);
+        value &= mask;
+        const char letter = d_.letter == '?' || d_.letter == 'i' ? (is_signed ? 'd' : 'u') : d_.letter;
         if (letter == 'c')
-            return pad_text((value_ & 0xFF) == 0 ? "" : std::string(1, static_cast<char>(value_ & 0xFF)));
-        const std::string lower = "0123456789abcdefghijklmnopqrstuvwxyz";
-        const std::string upper = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
-        const std::string base64 = upper.substr(10) + lower.substr(10) + lower.substr(0, 10) + "+/";
-        const std::map<char, std::pair<std::string, std::string>> radixes = {
-            {'x', {lower.substr(0, 16), "0x"}},
-            {'p', {lower.substr(0, 16), "0x"}},
-            {'X', {upper.substr(0, 16), "0x"}},
-            {'o', {lower.substr(0, 8), "0"}},
-            {'z', {lower, ""}},
-            {'Z', {upper, ""}},
-            {'m', {base64, ""}},
-        };
-        std::string sign, prefix, digits;
-        const auto found = radixes.find(letter);
-        const bool radix = found != radixes.end();
-        if (radix) {
-            digits = in_base(value_, found->second.first);
-            prefix = found->second.second;
-        } else {
-            const bool negative = letter != 'u' && value_ >> (bits_ - 1);
-            sign = negative ? "-" : "";
-            digits = significant(in_base(negative ? (~std::uint64_t{0} >> (64 - bits_)) - value_ + 1 : value_,
-                                         lower.substr(0, 10)));
-        }
-        if (!(d_.has('#') || letter == 'p') || digits == "0")
-            prefix.clear();
-        if (sign.empty())
-            sign = d_.has('+') ? "+" : d_.has(' ') ? " " : "";
+            return pad_text((value & 0xFF) == 0 ? "" : std::string(1, static_cast<char>(value & 0xFF)));
+        const std::string digit = "0123456789", upper = "ABCDEFGHIJKLMNOPQRSTUVWXYZ",
+                          lower = "abcdefghijklmnopqrstuvwxyz";
+        const std::size_t radix = std::string("xpXozZm").find(letter);
+        const bool decimal = radix == std::string::npos,
+                   negative = decimal && letter != 'u' && value >> (bits - 1);
+        const std::string alphabets[] = {digit + "abcdef",
+                                         digit + "abcdef",
+                                         digit + "ABCDEF",
+                                         "01234567",
+                                         digit + lower,
+                                         digit + upper,
+                                         upper + lower + digit + "+/"};
+        std::string digits = in_base(negative ? mask - value + 1 : value, decimal ? digit : alphabets[radix]);
+        std::string sign = negative ? "-" : d_.has('+') ? "+" : d_.has(' ') ? " " : "";
+        if (decimal)
+            digits = significant(digits);
+        else if ((d_.has('#') || letter == 'p') && digits != "0" && radix < 4)
+            sign += letter == 'o' ? "0" : "0x";
         if (d_.has(','))
             digits = with_point(digits);
         else if (d_.has('\''))
-            digits = radix ? grouped(digits, 4, ':') : grouped(digits, 3, ',');
-        return pad_number(sign + prefix, digits);
+            for (std::size_t size = decimal ? 3 : 4, at = size; at < digits.size(); at += size + 1)
+                digits.insert(digits.size() - at, 1, decimal ? ',' : ':');
+        const bool zero_fill = d_.has('0') && d_.precision < 0 && !d_.has('-');
+        const int zeros = std::max(precision_, zero_fill ? d_.width - static_cast<int>(sign.size()) : 0);
+        if (zeros > static_cast<int>(digits.size()))
+            digits.insert(0, static_cast<std::size_t>(zeros) - digits.size(), '0');
+        return pad(sign + digits, ' ');
     }
 
 private:
@@ -115,22 +107,9 @@ private:
         }
         return digits;
     }
-    static std::string grouped(std::string digits, std::size_t size, char separator) {
-        for (std::size_t from_end = size; from_end < digits.size(); from_end += size + 1)
-            digits.insert(digits.size() - from_end, 1, separator);
-        return digits;
-    }
-    std::string pad_number(const std::string& prefix, std::string s) const {
-        const bool zero_fill = d_.has('0') && d_.precision < 0 && !d_.has('-');
-        const int zeros = std::max(precision_, zero_fill ? d_.width - static_cast<int>(prefix.size()) : 0);
-        if (zeros > static_cast<int>(s.size()))
-            s.insert(0, static_cast<std::size_t>(zeros) - s.size(), '0');
-        return pad(prefix + s, ' ');
-    }
-    std::string pad_text(std::string s) const {
-        if (d_.precision >= 0)
-            s = s.substr(0, static_cast<std::size_t>(d_.precision));
-        return pad(s, d_.has('0') && d_.precision < 0 ? '0' : ' ');
+    std::string pad_text(const std::string& s) const {
+        return pad(d_.precision >= 0 ? s.substr(0, static_cast<std::size_t>(d_.precision)) : s,
+                   d_.has('0') && d_.precision < 0 ? '0' : ' ');
     }
     std::string pad(const std::string& s, char fill) const {
         const auto n = static_cast<std::size_t>(std::max(0, d_.width - static_cast<int>(s.size())));
@@ -138,8 +117,5 @@ private:
     }
 
     const directive& d_;
-    std::uint64_t value_;
-    int bits_;
-    bool is_signed_;
     int precision_;
 };

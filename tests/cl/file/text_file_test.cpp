@@ -1,51 +1,83 @@
-// Every call of a piece of work fails in turn, every byte is the one at which a read, a write or the disk
-// ends.
-#include "cl/file/uni_file.hpp"
-#include "fakes/fake_file.hpp"
-
-#include <gtest/gtest.h>
+// Text files: the model, and the fates of a file that is rewritten.
+#include "cl/file/text_round.hpp"
 
 namespace {
 
 using fakes::disk;
 
-const std::wstring source_path = L"C:\\data\\source.ini";
+TEST(text_file, looks_as_the_model_does) {
+    run_seeds(90, run_text_file);
+    disk::reset();
+}
+
+// Lines of ANSI text in all three classes, as bytes and as units, around the buffer's end.
+template <class File>
+void read_lines(naive_text model, bool wide) {
+    File file;
+    ASSERT_TRUE(file.open(disk::path(L"lines"), cl::open_read, cl::share_deny_none));
+    for (bool more = true; more && !testing::Test::HasFailure();) {
+        std::string narrow = "old";
+        std::wstring text = L"old", expected;
+        more = model.line(expected);
+        ASSERT_EQ(wide ? file.read_line(text) : file.read_line(narrow), more);
+        EXPECT_EQ(wide ? cl::wide_to_narrow(text, 0) : narrow, cl::wide_to_narrow(expected, 0));
+        EXPECT_EQ(file.eol, model.eol);
+    }
+}
+
+TEST(text_file, lines_of_every_class) {
+    run_seeds(40, [](choices& c) {
+        naive_text model;
+        for (int n = c.below(30); n > 0; --n)
+            model.bytes +=
+                std::string(c.once_in(8) ? 4090 + c.below(9u) : 0, 'x') + "\r\n\r\n\0a"[c.below(6)];
+        disk::reset();
+        disk::put(disk::path(L"lines"), model.bytes);
+        for (const bool wide : {false, true}) {
+            read_lines<cl::file_hnd>(model, wide);
+            read_lines<cl::file_stream>(model, wide);
+            read_lines<cl::uni_file>(model, wide);
+        }
+    });
+}
 
 // For each encoding, about 9 KB with lines that cross the buffer's end.
-class file_fault : public testing::TestWithParam<std::uint32_t> {
+class text_rewrite : public testing::TestWithParam<std::uint32_t> {
 protected:
     std::vector<std::wstring> lines;
     std::string before, after; // `after` with more at the end of each line
     std::uint32_t last_error = 0;
 
-    file_fault() {
+    text_rewrite() {
         for (std::size_t i = 0; i < 60; ++i)
             lines.push_back(std::wstring(i * 13 % 90, static_cast<wchar_t>('a' + i % 26)) + L"\u00E4\u20AC");
         before = build(L"", 1 << 20);
         after = build(L"+", 1 << 20);
     }
-    ~file_fault() override { disk::reset(); }
+    ~text_rewrite() override { disk::reset(); }
+    static std::wstring path() { return disk::path(L"source.ini"); }
 
     // The sample's bytes with a text at the end of each line, where the write at `cut` is short. Begins with
-    // "cut " where the file told of it.
+    // "cut " where the file reported it.
     std::string build(const std::wstring& tail, std::size_t cut) {
         disk::reset();
         disk::cut_write(cut);
         cl::uni_file file;
-        EXPECT_TRUE(file.open_as(source_path, 0x102, GetParam(), 16));
+        EXPECT_TRUE(
+            file.open_as(path(), cl::open_create | cl::open_read_write, GetParam(), cl::share_deny_all));
         bool good = true;
         for (const std::wstring& line : lines)
             good = good && file.write_line(line + tail);
         good = file.sync() && good;
-        return good ? disk::bytes(source_path) : "cut " + disk::bytes(source_path);
+        return good ? disk::bytes(path()) : "cut " + disk::bytes(path());
     }
     void start() {
         disk::reset();
-        disk::put(source_path, before);
+        disk::put(path(), before);
     }
     // What a rewrite of a text file does: read it line by line into a temporary file, copy that over it, read
     // it again. Whatever happens, no handle stays open, no temporary file is left, and either the result
-    // tells of the fault or the work is done.
+    // shows the fault or the work is done.
     bool rewrite() {
         bool good = true;
         const auto check = [&](bool result) { return good = result && good; };
@@ -53,27 +85,28 @@ protected:
         {
             cl::uni_file source, temp;
             std::wstring line;
-            if (check(source.open_as(source_path, 0x8122, GetParam(), 32)) &&
-                check(temp.open_temp(L"C:\\data\\ini", 0x8022, nullptr))) {
+            if (check(source.open_as(path(), cl::open_create | cl::open_read_write, GetParam(),
+                                     cl::share_deny_write)) &&
+                check(temp.open_temp(disk::path(L"ini"), cl::open_read_write, nullptr))) {
                 check(temp.set_encoding(source.encoding, false) && temp.write_bom() && temp.set_end());
                 while (source.read_line(line))
                     check(temp.write_line(line + L"+"));
                 check(source.last_error == 0 && temp.sync());
                 check(good && temp.copy_to(source, true) && temp.close());
-                for (source.seek(0, 0); source.read_line(line);)
+                for (source.seek(0, cl::os::from_start); source.read_line(line);)
                     read_back.push_back(line.substr(0, line.size() - 1));
                 check(source.last_error == 0 && source.close());
             }
             last_error = temp.last_error ? temp.last_error : source.last_error;
         }
         EXPECT_EQ(disk::open_handles(), 0);
-        EXPECT_EQ(disk::names(), std::vector<std::wstring>{source_path});
-        EXPECT_TRUE(!good || (disk::bytes(source_path) == after && read_back == lines));
+        EXPECT_EQ(disk::names().size(), 1u);
+        EXPECT_TRUE(!good || (disk::bytes(path()) == after && read_back == lines));
         return good;
     }
 };
 
-TEST_P(file_fault, each_call_fails_in_turn) {
+TEST_P(text_rewrite, each_call_fails_in_turn) {
     start();
     ASSERT_TRUE(rewrite());
     const int calls = disk::calls();
@@ -87,7 +120,7 @@ TEST_P(file_fault, each_call_fails_in_turn) {
     }
 }
 
-TEST_P(file_fault, disk_full_at_every_byte) {
+TEST_P(text_rewrite, disk_full_at_every_byte) {
     // What the temporary file and the longer copy take, in steps that meet every place of a unit.
     const std::size_t needed = after.size() + after.size() - before.size();
     for (std::size_t space = 0; space <= needed && !HasFailure(); space += space + 150 < needed ? 131 : 1) {
@@ -96,13 +129,14 @@ TEST_P(file_fault, disk_full_at_every_byte) {
         disk::set_space(space);
         EXPECT_EQ(rewrite(), space == needed);
         // The write that fills the disk is short and no error; the next one is.
-        EXPECT_TRUE(last_error == 0 || (space != needed && last_error == 112)) << last_error;
+        EXPECT_TRUE(last_error == 0 || (space != needed && last_error == cl::os::error_disk_full))
+            << last_error;
     }
 }
 
 // A read that ends early is the end of the file for whoever asked; nothing wrong is delivered, and the next
 // one goes on. What a write that ends early leaves is the start of what was written.
-TEST_P(file_fault, short_reads_and_writes) {
+TEST_P(text_rewrite, short_reads_and_writes) {
     for (std::size_t n = 0; n <= after.size() && !HasFailure(); n += 1 + n / 300 * 3) {
         SCOPED_TRACE(n);
         const std::string written = build(L"+", n);
@@ -113,22 +147,21 @@ TEST_P(file_fault, short_reads_and_writes) {
         start();
         cl::uni_file file;
         disk::cut_read(n);
-        ASSERT_TRUE(file.open_as(source_path, 0, GetParam(), 64));
-        disk::clear_log();
+        ASSERT_TRUE(file.open_as(path(), cl::open_read, GetParam(), cl::share_deny_none));
         ASSERT_EQ(file.encoding, GetParam());
         std::wstring line;
         std::size_t i = 0;
         while (file.read_line(line) && file.eol == 3)
             EXPECT_EQ(line, lines[i++]);
         EXPECT_TRUE(i == lines.size() || lines[i].starts_with(line));
-        file.seek(0, 0);
+        file.seek(0, cl::os::from_start);
         for (i = 0; file.read_line(line); ++i)
             ASSERT_EQ(line, lines[i]);
         EXPECT_EQ(i, lines.size());
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(encodings, file_fault, testing::Range(0u, 6u));
+INSTANTIATE_TEST_SUITE_P(encodings, text_rewrite, testing::Range(0u, cl::encoding_count));
 
 // What a sync can't write is lost: a cut and a copy go on without it.
 TEST(file_stream, failed_sync) {
