@@ -44,8 +44,6 @@ struct disk {
 
     // An empty disk without faults, open handles, hook or log, at 2026-01-02 03:04:05.006 UTC.
     static void reset();
-    // Where a test's files stand.
-    static std::wstring path(const std::wstring& name) { return L"C:\\data\\" + name; }
 
     // Files, past all sharing and faults. `bytes` of a missing file is empty.
     static void put(const std::wstring& path, const std::string& bytes);

@@ -5,7 +5,7 @@
 #include "choices.hpp"
 #include "cl/file/naive_text.hpp"
 #include "cl/file/uni_file.hpp"
-#include "fakes/fake_file.hpp"
+#include "fakes/disk.hpp"
 
 #include <gtest/gtest.h>
 
@@ -133,4 +133,5 @@ inline void run_text_file(choices& c) {
     work_on_text<cl::uni_file>(c);
     if (!testing::Test::HasFailure())
         work_on_text<slotted_file>(c);
+    fakes::disk::end();
 }
