@@ -1,8 +1,12 @@
 #include "cl/text/text_convert.hpp"
 
 #include "cl/os/text.hpp"
+#include "cl/text/ascii_run.hpp"
+#include "cl/text/encodings.hpp"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace cl {
 
@@ -32,24 +36,9 @@ Dst* convert_to_buf(Dst* dst, const Src* src, std::int64_t size,
     return dst;
 }
 
-void put_utf8(std::string& out, std::uint32_t c) {
-    const auto tail = [&](unsigned shift) { out += static_cast<char>(0x80 | ((c >> shift) & 0x3F)); };
-    if (c <= 0x7F) {
-        out += static_cast<char>(c);
-    } else if (c <= 0x7FF) {
-        out += static_cast<char>(0xC0 | (c >> 6));
-        tail(0);
-    } else if (c <= 0xFFFF) {
-        out += static_cast<char>(0xE0 | (c >> 12));
-        tail(6);
-        tail(0);
-    } else {
-        out += static_cast<char>(0xF0 | (c >> 18));
-        tail(12);
-        tail(6);
-        tail(0);
-    }
-}
+// The units that are converted at a time, and the bytes that they can take: one that ends a pair takes four.
+constexpr std::ptrdiff_t block_units = 256;
+constexpr std::ptrdiff_t block_bytes = 3 * block_units + 1;
 
 } // namespace
 
@@ -86,17 +75,29 @@ char* wide_to_ansi_buf(char* dst, const wchar_t* src, std::int64_t dst_bytes) {
 std::string utf16_to_utf8(std::wstring_view s) {
     std::string out;
     out.reserve(s.size());
+    std::uint8_t block[block_bytes];
     std::uint32_t high = 0;
-    for (const wchar_t c : s) {
-        const auto unit = static_cast<std::uint16_t>(c);
-        if (unit >= 0xD800 && unit <= 0xDBFF) {
-            high = unit;
-        } else if (unit >= 0xDC00 && unit <= 0xDFFF && high) {
-            put_utf8(out, (high << 10) + unit - 0x35FDC00);
-            high = 0;
-        } else {
-            put_utf8(out, unit);
+    const wchar_t* p = s.data();
+    for (std::ptrdiff_t left = std::ssize(s); left > 0; left -= block_units) {
+        const wchar_t* const end = p + std::min(left, block_units);
+        std::uint8_t* to = block;
+        while (p < end) {
+            const std::ptrdiff_t run = narrow_ascii_run(p, end - p, to);
+            p += run;
+            to += run;
+            // No run begins among other characters.
+            for (bool ascii = false; p < end && !ascii; ++p) {
+                const std::uint32_t unit = static_cast<std::uint16_t>(*p);
+                if (is_high_surrogate(unit))
+                    high = unit;
+                else if (is_low_surrogate(unit) && high)
+                    to += put_utf8(to, from_surrogates(std::exchange(high, 0u), unit));
+                else
+                    to += put_utf8(to, unit);
+                ascii = unit < 0x80;
+            }
         }
+        out.append(reinterpret_cast<const char*>(block), static_cast<std::size_t>(to - block));
     }
     return out;
 }

@@ -12,8 +12,11 @@ using fakes::disk;
 using fakes::file_op;
 
 struct file_hnd_test : testing::Test {
-    file_hnd_test() { disk::reset(); }
-    const std::wstring path = disk::path(L"a.txt");
+    std::wstring path;
+    file_hnd_test() {
+        disk::reset();
+        path = disk::path(L"a.txt");
+    }
 };
 
 TEST_F(file_hnd_test, open_and_its_failures) {
