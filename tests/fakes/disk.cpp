@@ -96,8 +96,8 @@ std::wstring place(const std::wstring& path) {
         below.erase(1, 1);
     const std::wstring real = *folder / below;
     const std::lock_guard guard(lock);
-    fs::create_directories(system_path(real).parent_path());
-    s.names.emplace(system_path(real), path);
+    if (s.names.emplace(system_path(real), path).second)
+        fs::create_directories(system_path(real).parent_path());
     return real;
 }
 
@@ -179,11 +179,13 @@ std::uint32_t pass(file_call call, Real real) {
     return call.error;
 }
 
-// A system's own stamps may stand still for some milliseconds; no two of these are the same.
+// A system's own stamps may stand still for some milliseconds; no two of these are the same, in whole seconds
+// either, which is all that the standard library sets on Windows.
 void touch(const std::wstring& path) {
     const std::lock_guard guard(lock);
-    s.last_stamp = std::max(s.last_stamp, disk::write_time(path)) + 10000;
-    disk::set_write_time(path, s.last_stamp);
+    if (!s.last_stamp)
+        s.last_stamp = disk::write_time(path);
+    disk::set_write_time(path, s.last_stamp += 10000000);
 }
 
 template <class Real>
@@ -481,17 +483,18 @@ std::uint32_t set_end_of_file(file_handle file) {
     return watching ? pass(file_op::set_end, file, real) : real();
 }
 
+// Not every file system sets space aside; that of a test does, while there is any.
 std::uint32_t reserve_file(file_handle file, std::int64_t size) {
-    const auto real = [&] {
-        std::int64_t now = 0;
-        if (watching && s.room != unlimited && !real_file_size(file, now)) {
-            const std::lock_guard guard(lock);
-            return size > now && used() + static_cast<std::uint64_t>(size - now) > s.room ? error_disk_full
-                                                                                          : 0;
-        }
+    if (!watching)
         return real_reserve_file(file, size);
-    };
-    return watching ? pass(file_op::reserve, file, real) : real();
+    return pass(file_op::reserve, file, [&] {
+        std::int64_t now = 0;
+        const std::uint32_t error = real_file_size(file, now);
+        const std::lock_guard guard(lock);
+        const bool full =
+            s.room != unlimited && size > now && used() + static_cast<std::uint64_t>(size - now) > s.room;
+        return full ? error_disk_full : error;
+    });
 }
 
 std::uint32_t settle_write_time(file_handle file) {

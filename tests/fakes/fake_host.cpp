@@ -110,15 +110,6 @@ cl::entry_point find(cl::module_handle, const char* function) {
     return at == exports.end() || host::instance().missing.contains(function) ? nullptr : at->second;
 }
 
-constexpr cl::module_calls scripted_modules = {
-    load,
-    unload,
-    find,
-    [] { return std::wstring(L"S:\\"); },
-    [] { return std::wstring(L"W:\\"); },
-    [] { return host::instance().has_library ? host::instance().find_error : host::instance().load_error; },
-};
-
 } // namespace
 
 namespace fakes {
@@ -128,11 +119,14 @@ host& host::instance() {
     return h;
 }
 
-void host::reset() {
-    instance() = host{};
-    static const bool created = (cl::create_libraries(scripted_modules), true);
-    static_cast<void>(created);
-}
+const cl::module_calls host::modules = {
+    load,
+    unload,
+    find,
+    [] { return std::wstring(L"S:\\"); },
+    [] { return std::wstring(L"W:\\"); },
+    [] { return instance().has_library ? instance().find_error : instance().load_error; },
+};
 
 std::string host::log() const {
     std::string all;

@@ -34,9 +34,10 @@ struct host {
     int loaded = 0; // loads less unloads
     std::uint32_t load_error = 126, find_error = 127;
 
-    // The one host of the process; reset() starts afresh, with the process's library table on these calls.
+    // The one host of the process; assign host{} to start afresh.
     static host& instance();
-    static void reset();
+    // What stands behind the process's library table, for scripted_libraries.
+    static const cl::module_calls modules;
 
     // The noted calls, parted by ", ".
     [[nodiscard]] std::string log() const;

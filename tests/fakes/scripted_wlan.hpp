@@ -2,8 +2,8 @@
 // is still open. It stands behind the library binder, so that the session binds it as it would the real one.
 #pragma once
 
-#include "cl/sys/library_table.hpp"
 #include "cl/wifi/wlan_api.h"
+#include "fakes/scripted_libraries.hpp"
 
 #include <cstring>
 #include <map>
@@ -169,23 +169,14 @@ inline constinit const cl::module_calls scripted_modules{
     [] { return std::wstring(L"W:\\"); },
 };
 
-// A fresh API behind a fresh table, for its own lifetime. The table that stood there before comes back behind
-// it, byte by byte: its records point to one another and to the place where it stands.
+// A fresh API behind a fresh table, for its own lifetime.
 struct wlan_machine : scripted_wlan {
-    wlan_machine() {
-        wlan = this;
-        std::memcpy(table_before, &cl::libraries, sizeof table_before);
-        cl::create_libraries(scripted_modules);
-    }
-    ~wlan_machine() {
-        std::destroy_at(&cl::libraries);
-        std::memcpy(static_cast<void*>(&cl::libraries), table_before, sizeof table_before);
-        wlan = nullptr;
-    }
+    wlan_machine() { wlan = this; }
+    ~wlan_machine() { wlan = nullptr; }
     wlan_machine(const wlan_machine&) = delete;
     wlan_machine& operator=(const wlan_machine&) = delete;
 
-    alignas(cl::library_table) unsigned char table_before[sizeof(cl::library_table)];
+    const scripted_libraries libraries{scripted_modules};
 };
 
 } // namespace fakes

@@ -6,6 +6,7 @@
 #include "cl/sys/os_info.hpp"
 #include "fakes/fake_host.hpp"
 #include "fakes/fake_message_box.hpp"
+#include "fakes/scripted_libraries.hpp"
 #include "fakes/trace_capture.hpp"
 #include "host/host_state.hpp"
 #include "host/service.hpp"
@@ -52,9 +53,10 @@ struct modes_test : testing::Test {
     fakes::trace_capture capture;
     fakes::recording_trace& said = capture.all;
     host& h = host::instance();
+    const fakes::scripted_libraries libraries{host::modules};
 
     modes_test() {
-        host::reset();
+        h = {};
         cl::os_info.version = 601;
         EXPECT_TRUE(prepare_host());
         data_dir = (folder.folder / "").wstring();

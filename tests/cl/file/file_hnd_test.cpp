@@ -15,7 +15,7 @@ struct file_hnd_test : testing::Test {
     std::wstring path;
     file_hnd_test() {
         disk::reset();
-        path = disk::path(L"a.txt");
+        path = L"a.txt";
     }
 };
 
@@ -82,11 +82,11 @@ TEST_F(file_hnd_test, temporary_files_and_generators) {
     std::wstring expected = L".tmp";
     for (std::uint64_t rest = (5 * 4096 + 150889) % 714025 * 312500ull + 66037; rest; rest /= 36)
         expected.insert(expected.begin(), L"0123456789abcdefghijklmnopqrstuvwxyz"[rest % 36]);
-    expected.insert(0, disk::path(L"ini"));
+    expected.insert(0, L"ini");
     std::wstring name;
     {
         cl::uni_file file;
-        ASSERT_TRUE(file.open_temp(disk::path(L"ini"), cl::open_read_write, &name));
+        ASSERT_TRUE(file.open_temp(L"ini", cl::open_read_write, &name));
         EXPECT_EQ(name, expected);
         cl::file_hnd other;
         EXPECT_FALSE(other.open(name, cl::open_read, cl::share_deny_none | cl::share_allow_delete));
@@ -97,14 +97,14 @@ TEST_F(file_hnd_test, temporary_files_and_generators) {
     cl::file_hnd file;
     cl::name_rng.seed(seed);
     disk::put(expected, "");
-    ASSERT_TRUE(file.open_temp(disk::path(L"ini"), cl::open_read_write, nullptr))
+    ASSERT_TRUE(file.open_temp(L"ini", cl::open_read_write, nullptr))
         << "a name that is taken is passed over";
     disk::clear_log();
     disk::fail_call(1, cl::os::error_access_denied, file_op::open);
-    EXPECT_FALSE(file.open_temp(disk::path(L"ini"), cl::open_read_write, &name)) << "any other error ends it";
+    EXPECT_FALSE(file.open_temp(L"ini", cl::open_read_write, &name)) << "any other error ends it";
     EXPECT_EQ(disk::calls(file_op::open), 1);
     disk::crash_after(0, cl::os::error_exists);
-    EXPECT_FALSE(file.open_temp(disk::path(L"ini"), cl::open_read_write, &name));
+    EXPECT_FALSE(file.open_temp(L"ini", cl::open_read_write, &name));
     EXPECT_EQ(disk::calls(file_op::open), 10001);
     EXPECT_EQ(name, expected);
 
@@ -139,7 +139,7 @@ TEST_F(file_hnd_test, packed_write_time) {
     EXPECT_TRUE(cl::file_write_time(path.c_str(), local, false));
     EXPECT_EQ(local - utc, (std::uint64_t{1} << 6 | 30) << 32);
     disk::release(holder);
-    EXPECT_FALSE(cl::file_write_time(disk::path(L"none").c_str(), failed, true));
+    EXPECT_FALSE(cl::file_write_time(L"none", failed, true));
     disk::fail_call(2, cl::os::error_access_denied);
     EXPECT_FALSE(cl::file_write_time(path.c_str(), failed, true));
     EXPECT_EQ(failed, 77u);

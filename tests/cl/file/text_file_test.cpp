@@ -13,7 +13,7 @@ TEST(text_file, looks_as_the_model_does) {
 template <class File, class Text>
 void read_lines(naive_text model) {
     File file;
-    ASSERT_TRUE(file.open(disk::path(L"lines"), cl::open_read, cl::share_deny_none));
+    ASSERT_TRUE(file.open(L"lines", cl::open_read, cl::share_deny_none));
     for (bool more = true; more && !testing::Test::HasFailure();) {
         Text text(3, 'o');
         std::wstring wide;
@@ -34,7 +34,7 @@ TEST(text_file, lines_of_every_class) {
             model.bytes +=
                 std::string(c.once_in(8) ? 4090 + c.below(9u) : 0, 'x') + "\r\n\r\n\0a"[c.below(6)];
         disk::reset();
-        disk::put(disk::path(L"lines"), model.bytes);
+        disk::put(L"lines", model.bytes);
         read_lines<cl::file_hnd, std::string>(model);
         read_lines<cl::file_hnd, std::wstring>(model);
         read_lines<cl::file_stream, std::string>(model);
@@ -57,7 +57,7 @@ protected:
         before = build(L"", 1 << 20);
         after = build(L"+", 1 << 20);
     }
-    static std::wstring path() { return disk::path(L"source.ini"); }
+    static std::wstring path() { return L"source.ini"; }
 
     // The sample's bytes with a text at the end of each line, where the write at `cut` is short. Begins with
     // "cut " where the file reported it.
@@ -89,7 +89,7 @@ protected:
             std::wstring line;
             if (check(source.open_as(path(), cl::open_create | cl::open_read_write, GetParam(),
                                      cl::share_deny_write)) &&
-                check(temp.open_temp(disk::path(L"ini"), cl::open_read_write, nullptr))) {
+                check(temp.open_temp(L"ini", cl::open_read_write, nullptr))) {
                 check(temp.set_encoding(source.encoding, false) && temp.write_bom() && temp.set_end());
                 while (source.read_line(line))
                     check(temp.write_line(line + L"+"));
@@ -168,6 +168,7 @@ INSTANTIATE_TEST_SUITE_P(encodings, text_rewrite, testing::Range(0u, cl::encodin
 
 // What a sync can't write is lost: a cut and a copy go on without it.
 TEST(file_stream, failed_sync) {
+    const std::wstring source_path = L"C:\\source";
     disk::reset();
     disk::put(source_path, "0123456789");
     cl::uni_file file, other;

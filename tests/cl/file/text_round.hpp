@@ -37,7 +37,7 @@ template <class File>
 void work_on_text(choices c) {
     using fakes::disk;
     disk::reset();
-    const std::wstring path = disk::path(L"text"), copy_path = disk::path(L"copy");
+    const std::wstring path = L"text", copy_path = L"copy";
     // A whole mark or a piece of one, and anything after it.
     naive_text model;
     const std::string_view mark = cl::byte_order_mark(c.below(cl::encoding_count));

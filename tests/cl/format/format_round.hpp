@@ -79,9 +79,10 @@ inline void check_integer(choices& c) {
         },
         arguments.back());
     EXPECT_EQ(printed<char>("<" + d.text(stars) + ">", arguments), "<" + want + ">") << d.text(stars);
-    if (d.letter != 'c') // the wide one looks at more bits
+    if (d.letter != 'c') { // the wide one looks at more bits
         EXPECT_EQ(printed<wchar_t>(d.text(stars), arguments), std::wstring(want.begin(), want.end()))
             << d.text(stars);
+    }
 }
 
 inline std::string random_format(choices& c) {

@@ -1,10 +1,10 @@
-// Bytes of INI files in any encoding, and a disk in memory with a timer that is driven by hand.
+// Bytes of INI files in any encoding, and a disk of their own with a timer that is driven by hand.
 #pragma once
 
 #include "cl/ini/cached_ini.hpp"
 #include "cl/text/encodings.hpp"
+#include "fakes/disk.hpp"
 #include "fakes/fake_clock.hpp"
-#include "fakes/fake_file.hpp"
 #include "fakes/simulated_timer.hpp"
 #include "fakes/trace_capture.hpp"
 

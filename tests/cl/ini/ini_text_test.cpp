@@ -38,7 +38,7 @@ TEST(ini_text, names_compare_by_their_ascii_letters_and_then_their_length) {
 }
 
 TEST(ini_sections, rounds) {
-    run_seeds(2000, ini_round);
+    run_seeds(300, ini_round);
 }
 
 } // namespace

@@ -1,9 +1,9 @@
-// A log on the disk in memory, with a timer whose clock the test moves.
+// A log on a disk of its own, with a timer whose clock the test moves.
 #pragma once
 
 #include "cl/log/file_trace.hpp"
+#include "fakes/disk.hpp"
 #include "fakes/fake_clock.hpp"
-#include "fakes/fake_file.hpp"
 
 // A clean disk and the first tick, ahead of everything that reads them.
 struct clean_system {
