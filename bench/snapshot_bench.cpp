@@ -1,8 +1,8 @@
-// apply_snapshot beside a straightforward decoder (fakes/naive_snapshot.hpp) and beside a plain copy of the
-// block.
+// apply_snapshot beside a straightforward decoder (connview/naive_snapshot.hpp) and beside a plain copy of
+// the block.
 #include "allocations.hpp"
 #include "bench_case.hpp"
-#include "fakes/naive_snapshot.hpp"
+#include "connview/naive_snapshot.hpp"
 #include "snapshot_blocks.hpp"
 
 #include <cstdio>

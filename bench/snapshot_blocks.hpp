@@ -1,7 +1,7 @@
 // The blocks that the snapshot benchmark reads.
 #pragma once
 
-#include "fakes/snapshot_builder.hpp"
+#include "connview/snapshot_builder.hpp"
 
 #include <algorithm>
 #include <random>

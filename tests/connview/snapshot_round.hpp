@@ -4,9 +4,9 @@
 
 #include "choices.hpp"
 #include "connview/map_editor.hpp"
+#include "connview/naive_snapshot.hpp"
+#include "connview/snapshot_builder.hpp"
 #include "fakes/fake_heap.hpp"
-#include "fakes/naive_snapshot.hpp"
-#include "fakes/snapshot_builder.hpp"
 
 #include <new>
 

@@ -3,11 +3,11 @@
 
 #include "connview/connection_table.hpp"
 #include "connview/snapshot.hpp"
+#include "connview/snapshot_builder.hpp"
 #include "contracts/protocol.h"
 #include "driver/hex_dump.hpp"
 #include "fakes/fake_console.hpp"
 #include "fakes/fake_device.hpp"
-#include "fakes/snapshot_builder.hpp"
 #include "fakes/trace_capture.hpp"
 
 #include <gtest/gtest.h>

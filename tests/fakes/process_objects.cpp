@@ -2,9 +2,9 @@
 // writes each text at once, settings whose timer never fires, and a clock on a simulated machine.
 #include "cl/ini/cached_ini.hpp"
 #include "cl/log/trace_set_up.hpp"
+#include "cl/time/fake_machine.hpp"
 #include "cl/time/hrtime.hpp"
 #include "cl/trace/stream_trace.hpp"
-#include "fakes/fake_machine.hpp"
 #include "host/host_state.hpp"
 
 namespace {

@@ -3,9 +3,9 @@
 
 #include "cl/ini/cached_ini.hpp"
 #include "cl/text/encodings.hpp"
+#include "cl/time/simulated_timer.hpp"
 #include "fakes/disk.hpp"
 #include "fakes/fake_clock.hpp"
-#include "fakes/simulated_timer.hpp"
 #include "fakes/trace_capture.hpp"
 
 namespace ini_fixture {

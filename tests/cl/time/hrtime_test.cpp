@@ -1,6 +1,6 @@
 // The clock's choice, calibration and report on simulated machines.
+#include "cl/time/fake_machine.hpp"
 #include "cl/time/hrtime.hpp"
-#include "fakes/fake_machine.hpp"
 #include "fakes/trace_capture.hpp"
 #include "rows.hpp"
 

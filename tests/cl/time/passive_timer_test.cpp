@@ -1,6 +1,6 @@
 #include "cl/time/passive_timer.hpp"
 
-#include "fakes/simulated_timer.hpp"
+#include "cl/time/simulated_timer.hpp"
 
 #include <gtest/gtest.h>
 #include <thread>

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "choices.hpp"
-#include "fakes/simulated_timer.hpp"
+#include "cl/time/simulated_timer.hpp"
 
 #include <algorithm>
 #include <array>

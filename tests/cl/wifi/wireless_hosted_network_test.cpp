@@ -1,7 +1,7 @@
 // The session over a scripted API: every call failing in turn, and what is open, freed and said then.
 #include "cl/wifi/reason_text.hpp"
+#include "cl/wifi/scripted_wlan.hpp"
 #include "cl/wifi/wireless_hosted_network.hpp"
-#include "fakes/scripted_wlan.hpp"
 #include "rows.hpp"
 
 #include <limits>

@@ -1,4 +1,4 @@
-#include "fakes/fake_machine.hpp"
+#include "cl/time/fake_machine.hpp"
 
 namespace {
 

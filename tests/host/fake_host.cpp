@@ -1,4 +1,4 @@
-#include "fakes/fake_host.hpp"
+#include "host/fake_host.hpp"
 
 #include "cl/format/format.hpp"
 #include "cl/text/text_convert.hpp"
