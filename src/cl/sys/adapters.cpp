@@ -26,7 +26,7 @@ constexpr address useless[] = {
 // Makers of virtual machines.
 constexpr std::array<std::uint8_t, 3> virtual_makers[] = {{0x00, 0x50, 0x56}, {0x0A, 0x00, 0x27}};
 
-// Group addresses, and those that are given out locally.
+// The bits of group addresses and of locally administered ones.
 constexpr std::uint8_t not_of_a_maker = 3;
 
 bool is_real(const network_adapter& adapter) {

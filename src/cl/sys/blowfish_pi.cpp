@@ -1,4 +1,4 @@
-// The binary digits of pi behind the point, 32 to a word.
+// The fraction of pi in binary, 32 to a word.
 #include "cl/sys/blowfish.hpp"
 
 namespace cl {

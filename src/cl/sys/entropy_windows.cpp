@@ -81,11 +81,16 @@ std::wstring read_machine_sid() {
 }
 
 std::vector<network_adapter> read_adapters() {
+    static never_destroyed<bound_function<decltype(GetAdaptersInfo)>> bound(std::in_place, L"IPHLPAPI.DLL",
+                                                                            "GetAdaptersInfo");
+    const auto& query = *bound;
+    if (!query)
+        return {};
     alignas(IP_ADAPTER_INFO) unsigned char buffer[adapter_bytes];
     ULONG size = sizeof buffer;
     std::vector<network_adapter> adapters;
     auto* const first = reinterpret_cast<IP_ADAPTER_INFO*>(buffer);
-    if (GetAdaptersInfo(first, &size) != ERROR_SUCCESS)
+    if (query(first, &size) != ERROR_SUCCESS)
         return adapters;
     for (const IP_ADAPTER_INFO* a = first; a; a = a->Next)
         adapters.push_back({a->Type,
@@ -105,7 +110,8 @@ machine_identity read_identity() {
     return machine;
 }
 
-// Only where the processor has the instruction: the record's test alone would not be enough for it.
+// Only where the processor has the instruction: the record's test alone, with its deliberate place, doesn't
+// show that.
 __attribute__((target("rdrnd"))) std::optional<std::uint64_t> read_rdrand() {
     constexpr std::uint32_t instruction_bit = 1u << 30;
     unsigned long long value = 0;
@@ -130,7 +136,7 @@ std::vector<std::byte> read_firmware() {
         return {};
     std::vector<std::byte> table(query(smbios_provider, 0, nullptr, 0));
     const UINT got = query(smbios_provider, 0, table.data(), static_cast<DWORD>(table.size()));
-    // A table that has grown meanwhile reports its new size and gives nothing.
+    // A table that has grown since then reports its new size and returns nothing.
     if (got > table.size())
         return {};
     table.resize(got);

@@ -39,10 +39,11 @@ module_handle library_table::load_library(const std::wstring& library) {
     }
     // The system's own search order would take a library from the current folder or from that of the
     // executable. A bare name must never get there, not even when a folder is unknown.
+    const auto load = calls_.load_system ? calls_.load_system : calls_.load;
     for (const std::wstring* folder : {&system_folder_, &windows_folder_}) {
         if (folder->empty())
             continue;
-        if (module_handle module = calls_.load((*folder + name).c_str()))
+        if (module_handle module = load((*folder + name).c_str()))
             return module;
     }
     return nullptr;

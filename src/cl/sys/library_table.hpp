@@ -1,5 +1,5 @@
 // Libraries that are loaded at run time: everything optional, late or dependent on the version of Windows is
-// reached through here. One counted record for each library; the library is unloaded with its last binding.
+// bound here. One counted record for each library; the library is unloaded with its last binding.
 #pragma once
 
 #include "cl/os/mutex.hpp"
@@ -27,6 +27,9 @@ struct module_calls {
     std::wstring (*windows_folder)();
     // Why the `load` or `find` before it failed on this thread; 0 where that isn't known.
     std::uint32_t (*last_error)() = [] { return std::uint32_t{0}; };
+    // As `load`, for a path in one of the two folders: what that library imports must not come from the
+    // program's own folder either. Null: `load` will do.
+    module_handle (*load_system)(const wchar_t* path) = nullptr;
 };
 
 // Any thread may use a table. Names are compared exactly, so that a library under two spellings is two
@@ -37,7 +40,7 @@ public:
     library_table(const library_table&) = delete;
     library_table& operator=(const library_table&) = delete;
 
-    // The process ends from now on: release_library does nothing while another thread holds the lock, since
+    // Called when the process ends: release_library does nothing while another thread holds the lock, since
     // that thread may be dead.
     void begin_end() { ending_.store(true, std::memory_order_relaxed); }
 
@@ -72,7 +75,7 @@ private:
 entry_point bind_entry_point(library_table& table, const std::wstring& library, const std::string& function,
                              bool release_if_missing, std::uint32_t* error = nullptr);
 
-// Drops one reference. A name that isn't bound is the caller's fault; nothing happens then.
+// Drops one reference. Does nothing for a name that isn't bound, which is a caller's error.
 void release_library(library_table& table, const std::wstring& library);
 
 // The process's table. Usable from create_libraries on, and never destroyed.

@@ -27,6 +27,10 @@ constinit const module_calls windows_modules{
     [] { return folder(GetSystemDirectoryW); },
     [] { return folder(GetWindowsDirectoryW); },
     [] { return std::uint32_t{GetLastError()}; },
+    // Looks for the library's imports in its own folder instead of the program's.
+    [](const wchar_t* path) -> module_handle {
+        return LoadLibraryExW(path, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+    },
 };
 
 } // namespace cl

@@ -32,7 +32,7 @@ const wchar_t* name_of_version(std::uint32_t version) {
     }
 }
 
-// A missing type leaves its blank, on purpose.
+// A missing type leaves its blank: deliberate.
 std::wstring product_words(std::wstring name, const std::wstring& type) {
     constexpr std::wstring_view maker = L"Microsoft ";
     if (name.empty())
@@ -75,7 +75,7 @@ void set_texts(os_record& os) {
     std::wstring procs;
     if (os.processors != 1)
         procs = text(L" (%u procs)", os.processors);
-    // A product that took the short name has " (x64)" twice; that stays.
+    // A product that took the short name has " (x64)" twice: deliberate.
     os.description = text(L"%?%?%? v%,.2?.%?%?%?, LangId %04x", os.product, x64, procs, os.version, os.build,
                           os.edition, sp, os.lang_id);
     os.product_text = os.product + procs;

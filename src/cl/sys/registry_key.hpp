@@ -28,7 +28,7 @@ public:
     bool close();
 
     // Reads a value of exactly `size` bytes and exactly this type. When the size differs, status is 234 (more
-    // data); when the type differs, 1. The buffer may be written to all the same.
+    // data); when the type differs, 1. Even then the buffer may have been written to.
     bool read_value(const wchar_t* name, void* buffer, std::uint32_t size, std::uint32_t type);
 
     // Reads a text of any length. `out` is unchanged on failure; status is 1 when the value is no text.
@@ -45,8 +45,8 @@ public:
 // that isn't closed by another `open` stays open.
 class nt_registry_key {
 public:
-    // Closes the key if it is open, then opens `path`: below `root`, another key's handle, or with no root as
-    // it stands if it begins with "\Registry\", and below "\Registry\Machine\" otherwise. True when a key is
+    // Closes the key if it is open, then opens `path`: below `root`, another key's handle, or without a root
+    // as it is if it begins with "\Registry\", and below "\Registry\Machine\" otherwise. True when a key is
     // open afterwards.
     bool open(const std::wstring& path, void* root, std::uint32_t access);
 

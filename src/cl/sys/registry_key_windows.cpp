@@ -68,7 +68,7 @@ bool registry_key::read_string(const wchar_t* name, std::wstring& out) {
         return true;
     }
 
-    // Twice what it took, for a value that grows meanwhile.
+    // Twice what it took, in case the value grows between the calls.
     size *= 2;
     const auto data = std::make_unique<std::byte[]>(size);
     status =

@@ -1,5 +1,5 @@
 // Two functions of the system that are bound at start-up under scrambled names and held to the end. Nothing
-// reads them; they are kept on purpose.
+// calls them: deliberate.
 #pragma once
 
 #include "cl/sys/dynamic_entry.hpp"

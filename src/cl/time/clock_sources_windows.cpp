@@ -1,4 +1,6 @@
 #include "cl/os/clock.hpp"
+#include "cl/os/never_destroyed.hpp"
+#include "cl/sys/bound_function.hpp"
 #include "cl/sys/cpu_info.hpp"
 #include "cl/sys/os_info.hpp"
 #include "cl/time/clock_sources.hpp"
@@ -26,10 +28,25 @@ std::uint64_t perf_counter() {
     return static_cast<std::uint64_t>(value.QuadPart);
 }
 
+struct multimedia_timer {
+    bound_function<decltype(timeGetDevCaps)> capabilities{L"WINMM.DLL", "timeGetDevCaps"};
+    bound_function<decltype(timeBeginPeriod)> begin_period{L"WINMM.DLL", "timeBeginPeriod"};
+    bound_function<decltype(timeEndPeriod)> end_period{L"WINMM.DLL", "timeEndPeriod"};
+    bound_function<decltype(timeGetTime)> time{L"WINMM.DLL", "timeGetTime"};
+
+    explicit operator bool() const { return capabilities && begin_period && end_period && time; }
+};
+
+// Never destroyed: the clock gives its period back at the end of the process.
+const multimedia_timer& multimedia() {
+    static never_destroyed<multimedia_timer> bound(std::in_place);
+    return *bound;
+}
+
 bool mm_min_period(std::uint32_t& ms) {
     TIMECAPS caps{};
     static_assert(sizeof caps == 8);
-    const bool ok = timeGetDevCaps(&caps, sizeof caps) == TIMERR_NOERROR;
+    const bool ok = multimedia() && multimedia().capabilities(&caps, sizeof caps) == TIMERR_NOERROR;
     ms = caps.wPeriodMin;
     return ok;
 }
@@ -50,9 +67,11 @@ constinit const clock_sources windows_clock_sources{
     .perf_frequency = perf_frequency,
     .perf_counter = perf_counter,
     .mm_min_period = mm_min_period,
-    .mm_begin_period = [](std::uint32_t ms) { return timeBeginPeriod(ms) == TIMERR_NOERROR; },
-    .mm_end_period = [](std::uint32_t ms) { return timeEndPeriod(ms) == TIMERR_NOERROR; },
-    .mm_time = []() -> std::uint32_t { return timeGetTime(); },
+    .mm_begin_period =
+        [](std::uint32_t ms) { return multimedia() && multimedia().begin_period(ms) == TIMERR_NOERROR; },
+    .mm_end_period =
+        [](std::uint32_t ms) { return multimedia() && multimedia().end_period(ms) == TIMERR_NOERROR; },
+    .mm_time = []() -> std::uint32_t { return multimedia() ? multimedia().time() : 0; },
     .interrupt_period = [] { return nt_timer_resolution().current(); },
     .raise_priority = raise_priority,
     .restore_priority = [](std::int32_t priority) { SetThreadPriority(GetCurrentThread(), priority); },

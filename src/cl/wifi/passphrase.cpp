@@ -22,7 +22,7 @@ std::vector<std::uint8_t> hex_bytes(std::string_view text) {
     for (std::size_t i = 0; i < text.size(); i += 2) {
         const unsigned high = static_cast<unsigned char>(text[i]);
         const unsigned low = static_cast<unsigned char>(text[i + 1]);
-        // A letter's code is 7 past the digits' row, in either case once it is cut to a digit.
+        // Between '9' and 'A' there are 7 codes; the cut to four bits makes both cases the same.
         bytes.push_back(static_cast<std::uint8_t>(high * 16 - (high >= 0x3A ? 0x70 : 0) +
                                                   (low < 0x3A ? low - 0x30 : (low - 7) % 16)));
     }

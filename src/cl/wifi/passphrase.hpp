@@ -1,4 +1,4 @@
-// Care for clear-text passphrases: they never go to the trace, and no memory keeps them.
+// Clear-text passphrases: they never go to the trace, and are overwritten after use.
 #pragma once
 
 #include <cstdint>
@@ -8,9 +8,9 @@
 
 namespace cl {
 
-// Overwrites the text and everything else in its buffer with zeros and empties it. What an earlier buffer of
-// the string held is not reached: fill a passphrase in one go, and copy it, because a move may leave the
-// characters in the old place.
+// Overwrites the text and everything else in its buffer with zeros and empties it. It doesn't
+// reach an earlier buffer of the string: fill a passphrase in one go, and copy it, because a move may leave
+// the characters in the old place.
 void wipe(std::string& text);
 
 // A passphrase that is wiped at the end of its scope.

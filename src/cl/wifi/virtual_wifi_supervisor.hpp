@@ -8,8 +8,8 @@
 
 namespace cl {
 
-// What a run sees of the world: its own session of the hosted network, the user's settings, a clock, and the
-// place where it speaks.
+// What a run sees of the world: its own session of the hosted network, the user's settings, a clock, and
+// what receives its lines.
 class supervised_network {
 public:
     // As in wireless_hosted_network.
@@ -37,7 +37,7 @@ protected:
 // active, 0 otherwise.
 std::int32_t virtual_wifi_supervisor(bool wake_up, supervised_network& network);
 
-// The same on the real network and the real clock, speaking to trace_out.
+// The same on the real network and the real clock, writing to trace_out.
 std::int32_t virtual_wifi_supervisor(bool wake_up);
 
 // What the service does on a resume: if the user has asked for it, a thread of its own runs

@@ -27,7 +27,7 @@ void read_wifi_config(std::string& ssid, std::string& password) {
     if (!key.read_string_narrow(VFL_WIFI_PASSWORD, protected_text))
         return;
     std::string clear = unprotect_hex(protected_text, VFL_WIFI_ENTROPY);
-    // Copied, not moved: a short text would stay behind in its old place.
+    // Copied, not moved: a short text would stay in its old place.
     password = clear;
     wipe(clear);
 }

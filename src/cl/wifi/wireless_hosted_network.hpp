@@ -25,7 +25,7 @@ public:
 
     // Configures the network and starts it, closing this object's open session first and stopping whatever
     // network runs. `ssid`: at most 32 bytes. `password` goes to the system as it is, which refuses anything
-    // but 8 to 63 characters; no copy of it is kept. True when the system has taken the order to start: the
+    // but 8 to 63 characters; no copy of it is kept. True when the system has accepted the start: the
     // network becomes active later, or not. The session stays open, also after most failures.
     bool start(const std::string& ssid, const std::string& password);
 
