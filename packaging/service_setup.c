@@ -1,10 +1,12 @@
-/* What the installer can't do by itself, in two words of the command line:
-     recovery  sets the service "VexaFlowS" to be restarted after a failure
-     wait      waits for the programs of this folder's vfl.exe to end: the service reports that it has stopped
-   before it unloads the service library, so its state says nothing about its files The installer calls it
-   elevated, before it removes files and after it has registered the service. The exit code is 0 or a Windows
-   error. */
-#include <windows.h> // ahead of the others, which need it
+/* What the installer can't do by itself. The word of the command line is one of
+     folders   gives this program's folder and the data folder to the administrators; users read and run
+     recovery  has Windows restart the service "VexaFlowS" after a failure
+     wait      waits for every process of this folder's vfl.exe: the service reports that it has stopped
+   before it unloads the service library, so its state says nothing about its files The installer runs it
+   elevated. The exit code is 0 or a Windows error. */
+#include <windows.h> // first: the others need it
+
+#include "protect_folders.h"
 
 #include <tlhelp32.h>
 #include <wchar.h>
@@ -13,10 +15,10 @@
 #define PROGRAM L"vfl.exe"
 
 enum {
-    wait_ms = 120000, /* as long as a person at an installer bears; behind it files in use need a restart */
+    wait_ms = 120000, /* files that are still in use after that are replaced at the next restart */
     first_restart_ms = 5000,
     late_restart_ms = 60000,
-    reset_s = 24 * 60 * 60 /* a day without a failure begins the count anew */
+    reset_s = 24 * 60 * 60 /* a day without a failure starts the count again */
 };
 
 static DWORD set_recovery(void) {
@@ -37,7 +39,7 @@ static DWORD set_recovery(void) {
     return error;
 }
 
-/* The running program of the process, or null when it is none of ours. */
+/* The process, if it runs the program at `path`; null otherwise. */
 static HANDLE open_if(DWORD id, const wchar_t* path) {
     wchar_t found[MAX_PATH];
     DWORD length = MAX_PATH;
@@ -50,17 +52,29 @@ static HANDLE open_if(DWORD id, const wchar_t* path) {
     return NULL;
 }
 
+/* Puts `name`, in this program's folder, into `path`. 0 when it is too long. */
+static int path_of(const wchar_t* name, wchar_t path[MAX_PATH]) {
+    const DWORD length = GetModuleFileNameW(NULL, path, MAX_PATH);
+    wchar_t* const end = length < MAX_PATH ? wcsrchr(path, L'\\') : NULL;
+    if (!end || (size_t)(end + 1 - path) + wcslen(name) >= MAX_PATH)
+        return 0;
+    wcscpy(end + 1, name);
+    return 1;
+}
+
+static DWORD set_folders(void) {
+    wchar_t folder[MAX_PATH];
+    return path_of(L"", folder) ? protect_folders(folder) : ERROR_BAD_PATHNAME;
+}
+
 static DWORD wait_for_end(void) {
     wchar_t path[MAX_PATH];
-    const DWORD length = GetModuleFileNameW(NULL, path, MAX_PATH);
     const DWORD begin = GetTickCount();
     DWORD result = 0;
     PROCESSENTRY32W entry = {.dwSize = sizeof entry};
     HANDLE processes;
-    wchar_t* const name = length < MAX_PATH ? wcsrchr(path, L'\\') : NULL;
-    if (!name || (size_t)(name + 1 - path) + wcslen(PROGRAM) >= MAX_PATH)
+    if (!path_of(PROGRAM, path))
         return ERROR_BAD_PATHNAME;
-    wcscpy(name + 1, PROGRAM);
     processes = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
     if (processes == INVALID_HANDLE_VALUE)
         return GetLastError();
@@ -80,6 +94,8 @@ static DWORD wait_for_end(void) {
 
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE previous, LPWSTR command, int show) {
     (void)instance, (void)previous, (void)show;
+    if (wcscmp(command, L"folders") == 0)
+        return (int)set_folders();
     if (wcscmp(command, L"recovery") == 0)
         return (int)set_recovery();
     if (wcscmp(command, L"wait") == 0)

@@ -25,8 +25,10 @@ mkdir -p "$folder"
 SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || echo 315532800)}
 export SOURCE_DATE_EPOCH
 
+# What an administrator reads: the guide, and the pages that it links to.
+admin_docs=(docs/{user-guide,messages,settings-format,log-format,hosted-network,vflctl}.md)
 docs=
-for doc in docs/*.md; do
+for doc in "${admin_docs[@]}"; do
     docs+="<File Id=\"$(basename "$doc")\" Name=\"$(basename "$doc")\" Source=\"$doc\"/>"
 done
 docs=${docs/\/>/ KeyPath=\"yes\"\/>}
@@ -61,8 +63,8 @@ P
 }
 top=vfl-$version
 words=()
-for doc in docs/*.md docs/*.svg; do words+=("$doc=$top/$doc"); done
+for doc in "${admin_docs[@]}"; do words+=("$doc=$top/$doc"); done
 zip "$folder/$top.zip" "build/windows/vfl.exe=$top/vfl.exe" "build/windows/vflctl.exe=$top/vflctl.exe" \
-    "LICENSE=$top/licence.txt" "packaging/notices.txt=$top/notices.txt" "README.md=$top/README.md" "${words[@]}"
+    "LICENSE=$top/licence.txt" "packaging/notices.txt=$top/notices.txt" "${words[@]}"
 zip "$folder/$top-symbols.zip" "build/windows/vfl.exe.debug=$top/vfl.exe.debug" \
     "build/windows/vflctl.exe.debug=$top/vflctl.exe.debug"

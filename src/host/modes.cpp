@@ -6,6 +6,7 @@
 #include "cl/trace/say.hpp"
 #include "contracts/service_library.h"
 #include "host/configuration.hpp"
+#include "host/folder_check.hpp"
 #include "host/host_state.hpp"
 #include "host/library_function.hpp"
 #include "host/mode_calls.hpp"
@@ -24,6 +25,7 @@ namespace {
 constexpr std::uint32_t windows_7 = 601;
 
 int run_service_mode() {
+    check_data_folder(data_dir);
     configure_host();
     const failure error = run_dispatcher(service_main);
     if (error)

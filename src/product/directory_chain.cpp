@@ -17,7 +17,7 @@ std::size_t root_length(const std::wstring& path) {
 }
 
 // The end of the component at `start`: its backslash, or the end of the path. The component has at least one
-// character, so that a doubled backslash belongs to the one behind it.
+// character, so that a doubled backslash belongs to the component after it.
 std::size_t component_end(const std::wstring& path, std::size_t start) {
     return std::min(path.find(L'\\', start + 1), path.size());
 }
@@ -25,7 +25,7 @@ std::size_t component_end(const std::wstring& path, std::size_t start) {
 } // namespace
 
 bool create_directory_chain(const std::wstring& path, folder_system& disk) {
-    // Everything ahead of `done` exists; it stands behind a backslash or at the end of the path.
+    // Everything before `done` exists; `done` is just after a backslash or at the end of the path.
     std::size_t done = root_length(path);
     while (done < path.size()) {
         const std::size_t end = component_end(path, done);

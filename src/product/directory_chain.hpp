@@ -16,7 +16,7 @@ protected:
     ~folder_system() = default;
 };
 
-// True when the whole path exists as folders afterwards; an empty path and a mere root count as such. A
+// True when the whole path exists as folders afterwards; this includes an empty path and a bare root. A
 // folder that another process creates at the same moment counts as a failure. The server of a path that
 // begins with two backslashes is taken for a folder, so that such a path fails unless the system knows the
 // server as one.

@@ -1,5 +1,5 @@
 // Where the program finds its installation and keeps its data. Folders end in a backslash unless empty. All
-// of this may be called from any thread; none of it reports a failure in words.
+// of this may be called from any thread; nothing here prints a message.
 #pragma once
 
 #include "cl/format/value_text.hpp"
@@ -20,11 +20,11 @@ bool read_install_dir(const std::wstring& product, std::wstring& out);
 std::wstring known_folder_path(const cl::guid& folder);
 
 // The folder that all users share for the data of `product`, whether it exists or not; empty when the system
-// doesn't tell where it is.
+// doesn't know it.
 std::wstring data_folder(const std::wstring& product);
 
 // The same folder, created if need be. Empty, so that data files become relative to the current folder, when
-// the system doesn't tell where it is.
+// the system doesn't know it.
 std::wstring common_data_dir(const std::wstring& product);
 
 // Creates the folder and those above it that are missing; see directory_chain.hpp.

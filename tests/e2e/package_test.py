@@ -43,7 +43,7 @@ class Packages(unittest.TestCase):
             names = set(archive.namelist())
             for exe in PROGRAMS:
                 self.assertEqual(archive.read(top + exe), (BUILD / exe).read_bytes())
-        files = ("README.md", "licence.txt", "notices.txt", "docs/messages.md", "docs/vflctl.md")
+        files = ("licence.txt", "notices.txt", "docs/user-guide.md", "docs/messages.md", "docs/vflctl.md")
         self.assertLessEqual({top + n for n in files}, names)
         with zipfile.ZipFile(self.symbols) as archive:
             for exe in PROGRAMS:
@@ -59,8 +59,11 @@ class Packages(unittest.TestCase):
         self.assertLess(order["InstallServices"], order["set_recovery"])
         self.assertLess(order["set_recovery"], order["StartServices"])
         deferred, as_system, keep_going, installed_program = 0x400, 0x800, 0x40, 18
+        self.assertLess(order["InstallFiles"], order["set_folders"])
+        self.assertLess(order["set_folders"], order["InstallServices"])
         for row in table(self.msi, "CustomAction"):
-            self.assertEqual(int(row["Type"]), deferred + as_system + keep_going + installed_program)
+            wanted = deferred + as_system + installed_program + (row["Action"] != "set_folders") * keep_going
+            self.assertEqual(int(row["Type"]), wanted)
             self.assertEqual(row["Source"], "service_setup.exe")
         self.assertEqual(table(self.msi, "ServiceInstall")[0]["StartType"], "2", "automatic")
 
@@ -72,6 +75,7 @@ class Packages(unittest.TestCase):
         self.assertEqual(msiexec("/i", self.msi), 0)
         for exe in PROGRAMS:
             self.assertEqual((HOME / exe).read_bytes(), (BUILD / exe).read_bytes())
+        self.assertEqual([p.stat().st_mode & 7 for p in (HOME, HOME / "vfl.exe", DATA)], [0, 0, 0], "for nobody else")
         self.assertIn(r"C:\Program Files\Vexa\VexaFlow" + "\\", tool("reg", "query", KEY, "/v", "install_dir")[1])
         service = tool("reg", "query", r"HKLM\System\CurrentControlSet\Services\VexaFlowS")[1]
         self.assertRegex(service, r'ImagePath +\w+ +"?C:\\Program Files\\Vexa\\VexaFlow\\vfl.exe"? -service')

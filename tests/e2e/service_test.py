@@ -17,6 +17,7 @@ TOKEN = " token 5e19d4a7c36b02f8"
 
 BANNER = "srv: ------ VexaFlow (x64) service v11.10.2483 starting ------"
 STARTED = [BANNER, "srv: service_start", "start_service()"]
+OWNED = r"srv: the folder 'C:\ProgramData\Vexa\vexaflow' belonged to another account; its rights are set"
 STOPPED = ["srv: HandlerEx 0x1", "stop_service()"]
 CALLS = [f"start_service_ex{TOKEN} -> 1", f"stop_service_ex{TOKEN} -> 0"]
 
@@ -126,6 +127,16 @@ class Service(unittest.TestCase):
             self.assertEqual(calls(), CALLS * round_number)
             self.assertEqual(log(), (STARTED + STOPPED) * round_number)
         self.assertEqual(os.listdir(DATA), ["trace.txt"], "nothing else, and no settings file for reading alone")
+
+    @unittest.skipIf(os.getuid(), "only root can give a folder away")
+    def test_data_folder_of_another_account(self):
+        self.settings("[param]\n")
+        os.chown(DATA, 65534, 65534)
+        self.start()
+        self.stop()
+        self.assertEqual(log(), [BANNER, OWNED] + STARTED[1:] + STOPPED)
+        # Wine keeps the owner, and of an access list what fits into a mode.
+        self.assertEqual([p.stat().st_mode & 7 for p in (DATA, DATA / "global.ini")], [0, 0])
 
     def test_library_that_does_not_start(self):
         failed = "start_service reported an error"

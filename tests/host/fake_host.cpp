@@ -6,6 +6,7 @@
 #include "contracts/service_library.h"
 #include "host/mode_calls.hpp"
 #include "host/user_end.hpp"
+#include "product/folder_protection.hpp"
 #include "product/locations.hpp"
 #include "product/rights.hpp"
 
@@ -199,6 +200,10 @@ bool read_install_dir(const std::wstring& product, std::wstring& out) {
 std::wstring common_data_dir(const std::wstring& product) {
     note("data dir of" + quoted(product.c_str()));
     return L"D:\\data\\";
+}
+
+folder_protection protect_foreign_folder(const std::wstring&) {
+    return host::instance().folder;
 }
 
 bool is_admin() {

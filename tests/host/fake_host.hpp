@@ -5,6 +5,7 @@
 
 #include "cl/sys/library_table.hpp"
 #include "host/service_manager.hpp"
+#include "product/folder_protection.hpp"
 
 #include <cstdint>
 #include <functional>
@@ -21,6 +22,7 @@ struct host {
     vfl::failure dispatcher_error{}, register_error{}, token_error{};
     std::vector<std::uint32_t> report_errors{};
     bool admin = true;
+    vfl::folder_protection folder{}; // what becomes of the data folder and of the one above it
     bool has_install_dir = true;
     // Played on the dispatcher's thread, behind the service's body.
     std::function<void(vfl::service_handler_function)> controls{};

@@ -8,6 +8,7 @@
 #include "fakes/scripted_libraries.hpp"
 #include "fakes/trace_capture.hpp"
 #include "host/fake_host.hpp"
+#include "host/folder_check.hpp"
 #include "host/host_state.hpp"
 #include "host/service.hpp"
 #include "host/service_answer.hpp"
@@ -90,6 +91,25 @@ TEST_F(modes_test, preparation) {
     cl::os_info.version = 600;
     EXPECT_FALSE(prepare_host());
     EXPECT_EQ(said.text + calls(), "Operating system not supported.");
+}
+
+TEST_F(modes_test, a_data_folder_of_somebody_else) {
+    using enum folder_protection::outcome;
+    const std::string above = "srv: the folder 'C:\\Vexa' ", below = "srv: the folder 'C:\\Vexa\\x' ";
+    const auto twice = [&](const std::string& words) { return above + words + "\n" + below + words + "\n"; };
+    const std::string texts[] = {"", twice("belonged to another account; its rights are set"),
+                                 twice("is a link that another account has made")};
+    for (const auto outcome : {kept, set, is_link}) {
+        said.text.clear();
+        h.folder = {outcome, 0};
+        check_data_folder(L"C:\\Vexa\\x\\");
+        EXPECT_EQ(said.text, texts[static_cast<int>(outcome)]);
+    }
+    h.folder = {failed, 5};
+    h.admin = false;
+    check_data_folder(L"C:\\Vexa\\x\\");
+    check_data_folder(L"");
+    EXPECT_EQ(said.text, texts[2]) << "nothing more is said";
 }
 
 TEST_F(modes_test, from_start_to_end) {
