@@ -1,4 +1,4 @@
-/* What the stand-in libraries share: files that lie beside the library, and the configuration in one of them.
+/* What the stand-in libraries share: files in the library's folder, and the configuration in one of them.
    Each library includes this in one file, or in several that it links. */
 #ifndef SIM_BESIDE_LIBRARY_H
 #define SIM_BESIDE_LIBRARY_H
@@ -8,7 +8,7 @@
 #include <string.h>
 #include <windows.h>
 
-/* Opens a file in the folder that the library was loaded from, or gives INVALID_HANDLE_VALUE. */
+/* Opens a file in the folder that the library was loaded from, or returns INVALID_HANDLE_VALUE. */
 static inline HANDLE open_beside(const wchar_t* name, DWORD access, DWORD disposition) {
     wchar_t path[MAX_PATH + 32];
     HMODULE own_module = NULL;
@@ -22,7 +22,7 @@ static inline HANDLE open_beside(const wchar_t* name, DWORD access, DWORD dispos
                        disposition, FILE_ATTRIBUTE_NORMAL, NULL);
 }
 
-/* The number behind "key=" at the start of a line of that file, read anew each time. */
+/* The number after "key=" at the start of a line of that file, read anew each time. */
 static inline uint32_t configured_in(const wchar_t* name, const char* key, uint32_t otherwise) {
     char text[4096];
     DWORD n = 0;

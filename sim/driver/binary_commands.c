@@ -24,7 +24,7 @@ static void nop(const request* r, const settings* s, outcome* result) {
 }
 
 static void connections(const request* r, const settings* s, outcome* result) {
-    /* How many blocks this client has had is kept with its open file: its first is always complete. */
+    /* The count of this client's blocks belongs to its open file; the first block is always complete. */
     volatile LONG64* passes = (volatile LONG64*)&r->file->FsContext;
     vfl_request_arg asked;
     snapshot_plan plan;

@@ -9,7 +9,7 @@ static void put32(UCHAR* at, ULONG value) {
 static void break_indexes(const snapshot_plan* plan, UCHAR* block) {
     for (ULONG i = 0; i < plan->records; ++i) {
         UCHAR* record = block + sizeof(vfl_snapshot_header) + i * sizeof(vfl_connection_record);
-        /* Just behind the end, and as far away as can be. */
+        /* Just after the end, and as far away as possible. */
         put32(record + offsetof(vfl_connection_record, program), plan->wide_count);
         put32(record + offsetof(vfl_connection_record, data), MAXULONG);
         put32(record + offsetof(vfl_connection_record, class_now), MAXULONG);

@@ -7,7 +7,7 @@
 
 #include <ntddk.h>
 
-#define TABLE_CONNECTIONS 12u /* the first ones are all different, those behind them all alike */
+#define TABLE_CONNECTIONS 12u /* these all differ; the ones after them are all alike */
 /* Lives for 24 of each 30 s, then counts as closed; each time with a new id. */
 #define SHORT_LIVED_INDEX 10u
 
@@ -21,7 +21,7 @@ ULONG64 driver_clock(ULONG64 now);
 #define RATE_SCALE (1u << 18)
 
 /* Fills the record of a connection at a time of the simulation. Texts are indexes into the pools of names.h;
-   data and hostname of a connection behind the table are left at 0. */
+   data and hostname of a connection after the table are left at 0. */
 void describe_connection(ULONG index, ULONG64 now, vfl_connection_record* record);
 
 #endif

@@ -14,7 +14,7 @@ static NTSTATUS NTAPI open_or_close(PDEVICE_OBJECT device, PIRP irp) {
     return complete_now(irp, &done);
 }
 
-/* The last handle of an open file is closed: nobody waits for its requests any more. */
+/* The last handle of an open file is closed: nothing waits for its requests any more. */
 static NTSTATUS NTAPI cleanup(PDEVICE_OBJECT device, PIRP irp) {
     cancel_pending(IoGetCurrentIrpStackLocation(irp)->FileObject);
     return open_or_close(device, irp);
@@ -38,7 +38,7 @@ static NTSTATUS NTAPI device_control(PDEVICE_OBJECT device, PIRP irp) {
     }
     const request r = {entry.input, entry.in_size, irp->AssociatedIrp.SystemBuffer, entry.out_size,
                        stack->FileObject};
-    /* Whatever the command changes holds from the next request on. */
+    /* What the command changes applies from the next request. */
     now = *settings_lock();
     settings_unlock();
     if (entry.code == VFL_TEXT_COMMAND_IOCTL)

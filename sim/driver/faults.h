@@ -27,7 +27,7 @@ typedef enum broken_block {
     broken_wide,     /* announces 0xFFFFFFFF wide texts */
     broken_length,   /* the first narrow text has 0xFFFFFFFF bytes */
     broken_end,      /* the last wide text reaches a gigabyte past the end */
-    broken_index,    /* records name texts behind the pools' ends */
+    broken_index,    /* records name texts after the pools' ends */
     broken_scale,    /* rate_scale 0 */
     broken_line_rate /* both reference rates 0 */
 } broken_block;

@@ -34,7 +34,7 @@ typedef enum wide_name { /* programs and traffic classes, UTF-16 */
                          program_game,
                          program_backup,
                          program_greek, /* Greek */
-                         program_many,  /* of all connections behind the first dozen */
+                         program_many,  /* of all connections after the first dozen */
                          class_interactive,
                          class_normal,
                          class_bulk,

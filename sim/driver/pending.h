@@ -19,7 +19,7 @@ NTSTATUS complete_later(PIRP irp, const outcome* result, ULONG delay_ms);
 /* Cancels the pending requests of one open file, of all with NULL. At IRQL DISPATCH_LEVEL or below. */
 void cancel_pending(PFILE_OBJECT file);
 
-/* When the driver is unloaded: cancels everything, and returns when no timer of ours can run any more. */
+/* When the driver is unloaded: cancels everything, and returns when none of its timers can run any more. */
 void pending_drain(void);
 
 #endif

@@ -1,4 +1,4 @@
-/* The last requests that the driver received, for whoever wants to read them back. */
+/* The last requests that the driver received, to be read back by a client. */
 #ifndef SIM_DRIVER_REQUEST_LOG_H
 #define SIM_DRIVER_REQUEST_LOG_H
 

@@ -20,10 +20,10 @@ typedef struct settings {
     BOOLEAN pending; /* complete every request from a timer, pending_ms after it came */
     ULONG pending_ms;
     block_mode blocks;
-    fault text_fault; /* meets the next text request alone, so that the channel can't be lost */
-    fault bin_fault;  /* meets every binary request until it is taken back */
+    fault text_fault; /* applies to the next text request only, so that the channel can't be lost */
+    fault bin_fault;  /* applies to every binary request until it is cleared */
     BOOLEAN clock_stopped;
-    ULONG64 clock_ms; /* where the clock stands while it is stopped, ms since the driver was loaded */
+    ULONG64 clock_ms; /* what the clock shows while it is stopped, ms since the driver was loaded */
 } settings;
 
 /* Once, when the driver is loaded: default settings, and the clock starts at 0. */

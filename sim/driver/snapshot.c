@@ -3,7 +3,7 @@
 #include "connections.h"
 #include "names.h"
 
-/* Connections behind the table have texts of their own: two narrow pool entries each, of fixed width. The
+/* Connections after the table have texts of their own: two narrow pool entries each, of fixed width. The
    zeros are places for the index. */
 static const char host_pattern[] = "host-000000.example.net";
 static const char data_pattern[] = "flow 000000";
@@ -14,7 +14,7 @@ static ULONG entry_size(ULONG bytes) {
     return (ULONG)sizeof(ULONG) + ((bytes + 3) & ~3u);
 }
 
-/* Every second connection stands in a partial block, in turns, and the one that comes and goes in each. */
+/* A partial block has every second connection, in turns, and always the one that comes and goes. */
 static BOOLEAN is_in(const snapshot_plan* plan, ULONG index) {
     return !plan->partial || index % 2 == plan->pass % 2 || index == SHORT_LIVED_INDEX;
 }
@@ -42,7 +42,7 @@ void plan_snapshot(snapshot_plan* plan) {
         plan->size += entry_size(wide_length(wide_names[i]) * (ULONG)sizeof(WCHAR));
 }
 
-/* Writes a pool entry and returns the place behind it. */
+/* Writes a pool entry and returns the place after it. */
 static UCHAR* put_entry(UCHAR* at, const void* text, ULONG bytes) {
     const ULONG size = entry_size(bytes);
     RtlZeroMemory(at + size - sizeof(ULONG), sizeof(ULONG)); /* the padding */

@@ -23,10 +23,10 @@ BOOLEAN next_word(text_reader* reader, word* found);
 /* Whether the word is this ASCII text, with exact case. */
 BOOLEAN word_is(const word* w, const char* text);
 
-/* Reads a decimal number, or a hexadecimal one behind "0x". FALSE when it is no number or above the limit. */
+/* Reads a decimal number, or a hexadecimal one after "0x". FALSE when it is no number or above the limit. */
 BOOLEAN word_number(const word* w, ULONG64 limit, ULONG64* value);
 
-/* Appends to a buffer. Behind the buffer's end it goes on counting, so that afterwards `length` says what the
+/* Appends to a buffer. After the buffer's end it goes on counting, so that in the end `length` says what the
    text needed; `capacity` and `length` are in characters. */
 typedef struct text_writer {
     WCHAR* out;

@@ -162,7 +162,7 @@ static void last(context* c) {
 }
 
 static void echo(context* c) {
-    /* One blank behind the command's word separates; everything else is the text. */
+    /* One blank after the command's word is dropped; the rest is the text. */
     if (c->words.at < c->words.end)
         ++c->words.at;
     const word rest = {c->words.at, (SIZE_T)(c->words.end - c->words.at)};

@@ -1,5 +1,5 @@
 /* Stand-in for the service library. It writes every call with its arguments to "flowsrv.log" and answers as
-   "flowsrv.cfg" tells, both in the folder that it was loaded from. A line NAME=NUMBER there is what the
+   "flowsrv.cfg" says, both in the folder that it was loaded from. A line NAME=NUMBER there is what the
    function returns (by default 1 for start_service_ex, and 0 for the others), a line NAME.delay=NUMBER the
    milliseconds that it takes. A host that unloads the library while a call is inside finds that in the log
    too. Built with LEAVE_OUT_<name> the library lacks that export. */
@@ -68,7 +68,7 @@ static uint32_t answer(const char* name, uint32_t otherwise, const wchar_t* cons
     return result;
 }
 
-/* `ending` is null when the host has let go of the library, and not at the end of the process. */
+/* `ending` is null when the host unloads the library; not null at the end of the process. */
 BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID ending) {
     (void)module;
     if (reason == DLL_PROCESS_DETACH && !ending && calls_inside != 0) {

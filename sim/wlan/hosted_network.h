@@ -1,5 +1,5 @@
-/* The one hosted network of the simulated machine. It lies in the file "wlanapi.net" beside the library, so
-   that it outlives sessions, the library and processes, as the system's does. */
+/* The one hosted network of the simulated machine. It is stored in the file "wlanapi.net" beside the library,
+   so that it outlives sessions, the library and processes, as the system's does. */
 #ifndef SIM_WLAN_HOSTED_NETWORK_H
 #define SIM_WLAN_HOSTED_NETWORK_H
 
@@ -25,7 +25,7 @@ hosted_network network_lock(void);
 void network_unlock(const hosted_network* network);
 
 /* The state at this time. By the configuration, in milliseconds: `available`, how long the stack takes after
-   the wake-up; `left_over`, how long a network from before the sleep stays active behind that; `start`, how
+   the wake-up; `left_over`, how long a network from before the sleep stays active after that; `start`, how
    long a start takes. */
 uint32_t network_state(const hosted_network* network);
 

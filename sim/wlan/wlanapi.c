@@ -1,5 +1,5 @@
 /* Stand-in for the WLAN client API: the hosted network of a machine that has just woken up. Every call is
-   logged with its arguments, and can be told to fail; see docs/hosted-network.md. A passphrase appears in the
+   logged with its arguments, and can be made to fail; see docs/wlan-stand-in.md. A passphrase appears in the
    log by its length and a check sum. */
 #include "answers.h"
 #include "hosted_network.h"
@@ -18,7 +18,7 @@ enum { client_limit = 64 };
 static volatile LONG clients[client_limit]; /* 1 while open; a client's handle is its place + 1 */
 static volatile LONG last_block;
 
-/* In front of what a query returns, so that the log can tell which block is freed. */
+/* Precedes what a query returns, so that the log can show which block is freed. */
 typedef struct block {
     uint64_t number;
     unsigned char data[];
@@ -32,7 +32,7 @@ static unsigned long number(vfl_wlan_client client) {
     return (unsigned long)client;
 }
 
-/* Copies an answer into a block of its own, unless the call is told to return none ("NAME.null=1"). */
+/* Copies an answer into a block of its own, unless the call is to return none ("NAME.null=1"). */
 static void* new_block(const char* name, const void* data, uint32_t size, uint64_t* block_number) {
     char key[80];
     snprintf(key, sizeof key, "%s.null", name);
@@ -212,7 +212,7 @@ EXPORT uint32_t WlanHostedNetworkForceStop(vfl_wlan_client client, uint32_t* rea
     return error;
 }
 
-/* CRC-32: enough to tell whether the right key came. */
+/* CRC-32: enough to see whether the right key arrived. */
 static uint32_t check_sum(const uint8_t* data, uint32_t length) {
     uint32_t sum = 0xFFFFFFFFu;
     for (uint32_t i = 0; i < length; ++i) {

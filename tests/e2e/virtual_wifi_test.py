@@ -115,7 +115,8 @@ class VirtualWifi(unittest.TestCase):
         self.set_up_network()
         before = wine("reg", "query", KEY)
         for words, passphrase in [((), ""), (("on",), ""), (("on", ""), "12345678"), (("on", "s" * 33), "12345678"),
-                                  (("on", "home"), ""), (("on", "home"), "1234567"), (("on", "home"), "x" * 64)]:
+                                  (("on", "home"), ""), (("on", "home"), "1234567"), (("on", "home"), "x" * 64),
+                                  (("on", "home"), "correct horse "), (("on", "home"), "café horse")]:
             with self.subTest(words=words, passphrase=passphrase):
                 code, said = wine(TOOL, *words, text=passphrase)
                 self.assertEqual(code, 1)
