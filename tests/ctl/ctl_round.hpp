@@ -77,6 +77,7 @@ inline void ctl_round(choices& c) {
     const auto lines =
         static_cast<std::size_t>(std::ranges::count_if(text, [](char x) { return x == '\r' || x == '\n'; }));
     for (const std::wstring& finding : check_settings(text))
-        if (finding.starts_with(L"line "))
+        if (finding.starts_with(L"line ")) {
             EXPECT_LE(std::stoull(finding.substr(5)), lines + 1);
+        }
 }
