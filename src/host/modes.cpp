@@ -25,8 +25,8 @@ namespace {
 constexpr std::uint32_t windows_7 = 601;
 
 int run_service_mode() {
-    check_data_folder(data_dir);
     configure_host();
+    check_data_folder(data_dir);
     const failure error = run_dispatcher(service_main);
     if (error)
         cl::say(cl::trace_out, "StartServiceCtrlDispatcher error %?\n", *error);

@@ -182,7 +182,7 @@ std::uint32_t file_trace::flush_or_wait(mutex_auto& guard) {
 }
 
 // False if the message must be given up.
-bool file_trace::make_room(mutex_auto& guard, log_text text, bool flush, std::uint32_t& delay) {
+bool file_trace::make_room(mutex_auto& guard, const log_text& text, bool flush, std::uint32_t& delay) {
     const std::int64_t n = lines.size_of(text);
     if ((lines.lacks_room(n) || lines.used() >= flush_at) && may_try())
         delay = flush_locked(guard, flush);

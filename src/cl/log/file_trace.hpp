@@ -91,7 +91,7 @@ private:
 
     // Those that take the held lock may give it up for a while, and return with it held. Those that return a
     // delay have decided that the timer is to be armed with it (0: not), which is done without the lock.
-    bool make_room(mutex_auto& guard, log_text text, bool flush, std::uint32_t& delay);
+    bool make_room(mutex_auto& guard, const log_text& text, bool flush, std::uint32_t& delay);
     std::uint32_t flush_or_wait(mutex_auto& guard);
     std::uint32_t flush_locked(mutex_auto& guard, bool again);
     bool write_out(mutex_auto& guard, bool again);

@@ -26,7 +26,8 @@ public:
 
     template <class... Args>
     T& create(Args&&... args) {
-        return *std::construct_at(&get(), std::forward<Args>(args)...);
+        std::construct_at(&get(), std::forward<Args>(args)...);
+        return get();
     }
 
     // Not a union: its destructor would not be trivial, and would be registered to run at the end.

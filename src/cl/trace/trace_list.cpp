@@ -25,7 +25,7 @@ wchar_t early_char(char c) {
 
 template <class Ch>
 void append_early(early_buffer& buffer, const Ch* s) {
-    constexpr std::size_t limit = std::extent_v<decltype(early_buffer::text)> - 1;
+    constexpr std::size_t limit = sizeof early_buffer::text / sizeof(wchar_t) - 1;
     const std::size_t n = std::char_traits<Ch>::length(s);
     std::size_t at = buffer.count.load(std::memory_order_relaxed);
     std::size_t end = 0;
