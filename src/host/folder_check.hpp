@@ -7,7 +7,7 @@ namespace vfl {
 
 // Looks at the folder and at the one above it, and sets the rights of those that belong to neither SYSTEM nor
 // the administrators. Says so in the trace, and says what failed. Does nothing without administrator's rights
-// or without a folder. Called before settings are read from there.
+// or without a folder. Called when the host is configured, so that what it says comes to the log.
 void check_data_folder(const std::wstring& path);
 
 } // namespace vfl
