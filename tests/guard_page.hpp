@@ -6,7 +6,7 @@
 
 class guard_page {
 public:
-    // At least `bytes` of memory, filled with 0x55, ahead of the inaccessible page.
+    // At least `bytes` of memory, filled with 0x55, before the inaccessible page.
     explicit guard_page(std::size_t bytes = 4096);
     ~guard_page();
     guard_page(const guard_page&) = delete;

@@ -21,7 +21,7 @@ struct option_row {
     std::wstring_view commands; // names separated by blanks; empty for every command
     std::wstring_view name;     // with its dashes
     std::wstring_view
-        argument; // empty: a flag; in brackets: may be left out, and is then only given behind '='
+        argument; // empty: a flag; in brackets: may be left out, and is then only given after '='
     std::wstring_view help;
 };
 
@@ -44,11 +44,11 @@ public:
     std::vector<given> given_options;
 };
 
-// The line for a user whose word behind the command is none of `words`.
+// The line for a user whose word after the command is none of `words`.
 std::wstring unknown_word(std::wstring_view word, const std::vector<std::wstring_view>& words,
                           const command_row& command);
 
-// Reads the words behind the program's name. Options stand anywhere behind the command, "--" ends them. When
+// Reads the words behind the program's name. Options stand anywhere after the command, "--" ends them. When
 // the line doesn't fit, `error` is one line for the user that names the wrong word, the nearest right one and
 // --help.
 struct parsed_line {

@@ -112,7 +112,7 @@ class Service(unittest.TestCase):
 
     def stop(self):
         self.assertEqual(tool("sc", "stop", "VexaFlowS")[0], 0)
-        # The stop is reported ahead of the teardown: what counts is the end of the process.
+        # The stop is reported before the teardown: what counts is the end of the process.
         wait_for(lambda: not processes(), "the end of the process")
         wait_for(lambda: state() == 1, "a stopped service")
 

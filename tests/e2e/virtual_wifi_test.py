@@ -147,7 +147,7 @@ class VirtualWifi(unittest.TestCase):
         self.assertEqual(log(), [], "without the autostart there is no run")
 
         self.set_up_network()
-        # The two queries ahead of the start have clients of their own.
+        # The two queries before the start have clients of their own.
         said = self.power_event(18, 1, lambda: sum(c.startswith("CloseHandle") for c in log()) == 3)
         self.assertEqual(said, self.handled(18, 1, WAKE_UP, "Virtual Wi-Fi started.\n"))
         self.assertEqual(log()[-1], "CloseHandle client 1 -> 0")

@@ -5,7 +5,7 @@
 //   wifi_probe supervise 0|1      a run of the supervisor on this thread; the argument is wake_up
 //   wifi_probe power EVENT N      hands the service's control handler that power event N times in a row, and
 //                                 ends with standard input
-// It has the process-wide objects of the product: what that says comes on standard output, ahead of one line
+// It has the process-wide objects of the product: what that says comes on standard output, before one line
 // "= RESULT LAST_ERROR".
 #include "cl/wifi/virtual_wifi_supervisor.hpp"
 #include "cl/wifi/wireless_hosted_network.hpp"

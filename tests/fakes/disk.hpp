@@ -82,7 +82,7 @@ struct disk {
     // Ends all faults, but not holders and handles.
     static void clear_faults();
 
-    // Called ahead of each call, without the disk's lock: a test may change the disk or the clock at that
+    // Called before each call, without the disk's lock: a test may change the disk or the clock at that
     // moment.
     static void on_call(std::function<void(const file_call&)> hook);
 

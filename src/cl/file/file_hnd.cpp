@@ -10,7 +10,7 @@ namespace cl {
 
 namespace {
 
-// The longest character of any ANSI code page, with room to spare, and a zero behind it.
+// The longest character of any ANSI code page, with room to spare, and a zero after it.
 constexpr int max_char_bytes = 7;
 
 // The system moves less than 4 GiB in one call.

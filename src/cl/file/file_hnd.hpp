@@ -33,7 +33,7 @@ public:
 protected:
     enum mode_bits : std::uint8_t { can_read = 1, can_write = 2, has_pushback = 4 };
     std::uint8_t mode : 3 = 0;
-    std::uint8_t pushback = 0; // valid with has_pushback: the byte read too far behind a lone CR
+    std::uint8_t pushback = 0; // valid with has_pushback: the byte read too far after a lone CR
 
 public:
     file_hnd() = default;

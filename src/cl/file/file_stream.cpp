@@ -55,7 +55,7 @@ bool file_stream::read_line(std::string& out) {
             return true;
         }
         eol = eol_cr;
-        // The CR stays in the buffer while the byte behind it is fetched.
+        // The CR stays in the buffer while the byte after it is fetched.
         if (read_end - read_pos > 1 || refill()) {
             if (read_pos[1] == '\n') {
                 ++read_pos;
@@ -136,7 +136,7 @@ std::int64_t file_stream::write(const void* from, std::int64_t n) {
 }
 
 bool file_stream::set_end() {
-    // Cuts also where a write was lost: what stands behind is older.
+    // Cuts also where a write was lost: what stands after is older.
     const bool synced = sync();
     return file_hnd::set_end() && synced;
 }

@@ -43,7 +43,7 @@ public:
 
 protected:
     bool flush_writes();
-    // Moves the unread bytes to the front and fills the buffer behind them. True if at least one byte came.
+    // Moves the unread bytes to the front and fills the buffer after them. True if at least one byte came.
     bool refill();
 };
 

@@ -1,5 +1,5 @@
 // A text file in one of six encodings, found by its byte order mark when it is opened. The caller deals in
-// UTF-16, or in narrow text of the ANSI code page; positions count bytes behind the mark.
+// UTF-16, or in narrow text of the ANSI code page; positions count bytes after the mark.
 //
 // What can't be decoded becomes '?' or a blank, a sequence that breaks off at the end is the end of the file.
 // Reading and writing text keep some state between calls (a pushed-back character, halves of pairs) that only
@@ -19,7 +19,7 @@ public:
     std::uint32_t bom_len = 0; // bytes of the mark, or of the one to write
 protected:
     const char* pending_byte = nullptr; // into ansi_char: what get_char still has to deliver of it
-    // A character here, beside the byte of file_hnd: read too far behind a lone CR, valid with has_pushback
+    // A character here, beside the byte of file_hnd: read too far after a lone CR, valid with has_pushback
     // of text_flags.
     std::uint16_t pushback = 0;
     enum text_flag_bits : std::uint8_t { has_pushback = 1, skip_bom_at_line_start = 2, skip_bom_always = 4 };
@@ -55,12 +55,12 @@ public:
     // the disk at once. A file with content and no mark is ANSI, whatever the default.
     bool open_as(const std::wstring& path, std::uint32_t flags, std::uint32_t default_encoding,
                  std::uint32_t share);
-    // Finds the encoding of the open file and stands behind its mark. False only if the file couldn't be
+    // Finds the encoding of the open file and stands after its mark. False only if the file couldn't be
     // read; nothing is written then.
     bool detect_encoding(std::uint32_t default_encoding);
     // For a new file. False, and no mark, for a value that is no encoding.
     bool set_encoding(std::uint32_t value, bool no_bom);
-    // Writes the mark at the start of the file and stands behind it.
+    // Writes the mark at the start of the file and stands after it.
     bool write_bom();
     // Copies from here to the end of the file, marks included. With rewind_both from the very start over all
     // of dst, which is then cut and ready to read with this file's encoding. False on the first failure; dst

@@ -1,5 +1,5 @@
 // The format engine: a type-safe printf without an argument list. A formatter is created on a format string;
-// arguments are inserted one at a time, each is rendered at once, and the literal text behind it, as far as
+// arguments are inserted one at a time, each is rendered at once, and the literal text after it, as far as
 // the next directive, is in the target when the insertion returns:
 //
 //     std::string line = (cl::basic_format<char>("error %?, ret=%?\n") << code << text).str();
@@ -119,7 +119,7 @@ public:
         return *this;
     }
 
-    // The entries behind the insertions. `signed_form` is the argument sign-extended from its own width,
+    // The entries after the insertions. `signed_form` is the argument sign-extended from its own width,
     // `unsigned_form` the same bits zero-extended; `default_letter` is what %? means.
     format_base& arg32(std::int32_t signed_form, std::uint32_t unsigned_form, char default_letter) {
         return arg64(signed_form, unsigned_form, default_letter);
@@ -137,7 +137,7 @@ public:
     format_base& arg_wtext(const wchar_t* text, std::size_t n, bool null_word);
 
     // Closes a format for which fewer arguments came than it has directives: the directive that waits is
-    // dropped, the text behind it goes out, and of every later directive the letter stays.
+    // dropped, the text after it goes out, and of every later directive the letter stays.
     void finish() {
         if (!at_end)
             finish_rest();

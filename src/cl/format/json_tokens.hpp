@@ -12,7 +12,7 @@ public:
 
     // The token's kind: 5 opens a level, 6 closes one, 24 is a point where a line may end.
     virtual int kind() const = 0;
-    // The token behind its name: "name":{ with `quoted`, for machines; name = { without, for people. Without
+    // The token after its name: "name":{ with `quoted`, for machines; name = { without, for people. Without
     // a name the token alone.
     virtual std::string render(bool quoted) const = 0;
 

@@ -51,7 +51,7 @@ public:
         return find_from(all, std::next(at), name_of(*at));
     }
 
-    // Moves the element of `one` into the list, behind all others of its name.
+    // Moves the element of `one` into the list, after all others of its name.
     void add(list& all, position before, list& one) {
         if (named_ != 0 && !name_of(one.front()).empty()) {
             table_.insert(one.cbegin());

@@ -18,7 +18,7 @@ std::uint32_t default_encoding(bool unicode) {
 
 // The most bytes that a character and a line end take in any encoding.
 constexpr std::int64_t max_char_bytes = 4;
-// The mark, the blank line behind it, and the end of a last line that has none.
+// The mark, the blank line after it, and the end of a last line that has none.
 constexpr std::int64_t max_frame_bytes = 5 * max_char_bytes;
 
 next_line lines_of(uni_file& file) {

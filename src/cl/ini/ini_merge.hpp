@@ -15,7 +15,7 @@ namespace cl {
 class ini_merge {
 public:
     // `snapshot` is what a commit handed out; the merge marks in it what it has met. `utf8_mark` means that
-    // the source begins with the UTF-8 mark, behind which the first line is kept blank. `pass`, if there is
+    // the source begins with the UTF-8 mark, after which the first line is kept blank. `pass`, if there is
     // one, moves lines from here on that are to be copied as they are, as many as it likes, but no header;
     // false if they could not be written.
     ini_merge(std::list<ini_section>& snapshot, put_line put, bool utf8_mark, std::function<bool()> pass = {})

@@ -26,7 +26,7 @@ bool list_ini_section(const next_line& next, const std::wstring& section, std::v
 void list_ini_section_names(const next_line& next, std::vector<std::wstring>& names);
 
 // The edits. The result of `put` is not looked at. `marked` means that the source begins with a byte order
-// mark, behind which the first line is kept blank.
+// mark, after which the first line is kept blank.
 struct ini_rewrite {
     const next_line& next;
     const put_line& put;

@@ -15,7 +15,7 @@ struct stamp_format {
     const char* time_format; // for hour, minute and second
     const char* ms_format;   // for the millisecond
     const char* time_sep;    // between the time and the line
-    const char* line_prefix; // behind all this
+    const char* line_prefix; // after all this
 };
 
 // What a new file_trace takes over. An executable that wants another form changes this before it makes one.
@@ -40,7 +40,7 @@ public:
     void forget() { shown_ = none; }
 
     std::string_view text() const { return {stamp, length_}; }
-    // Copies the text to `size` bytes, what is behind it included, and returns its end.
+    // Copies the text to `size` bytes, what is after it included, and returns its end.
     char* copy_to(char* p) const {
         std::memcpy(p, stamp, size);
         return p + length_;

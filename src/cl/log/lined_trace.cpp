@@ -44,7 +44,7 @@ void lined_trace::emit_complete_lines() {
         const char* const rest = feed + 1;
         if (feed != line && feed[-1] == '\r')
             *--feed = '\n';
-        // The character behind the line feed makes room for the terminator while the line is out.
+        // The character after the line feed makes room for the terminator while the line is out.
         char* const end = feed + 1;
         const char kept = *end;
         *end = 0;

@@ -93,7 +93,7 @@ void log_lines::append_lines(log_text text) {
 
 // ---- loss
 
-// What comes next begins behind a mark, and so at a line's start.
+// What comes next begins after a mark, and so at a line's start.
 void log_lines::lose() {
     overflowed = true;
     at_line_start = true;

@@ -91,7 +91,7 @@ std::wstring dir_of(std::wstring_view path);
 // The byte that two hexadecimal digits give. A character that is no digit counts as 0.
 std::uint8_t hex_pair(const char* p);
 
-// Reads a 32-bit number that may have blanks and a sign in front and anything behind it. With radix_prefix,
+// Reads a 32-bit number that may have blanks and a sign in front and anything after it. With radix_prefix,
 // and no sign, "0x", "0o", "0n" and "0y" mean base 16, 8, 10 and 2. Wraps around in silence; no digits give
 // 0.
 std::int32_t parse_int(const std::wstring& s, bool radix_prefix);

@@ -21,7 +21,7 @@ struct file_trace_real : testing::Test {
     file_trace_real() {
         trace.set_stamps(false, false);
         trace.set_path(log.wstring());
-        trace.set_buffer(0x20000, 0x20000, 0x20000, true); // nothing is flushed ahead of its time
+        trace.set_buffer(0x20000, 0x20000, 0x20000, true); // nothing is flushed before its time
     }
     void say(const std::string& text) {
         trace.write((text + "\n").c_str(), true);

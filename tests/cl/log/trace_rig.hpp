@@ -5,7 +5,7 @@
 #include "fakes/disk.hpp"
 #include "fakes/fake_clock.hpp"
 
-// A clean disk and the first tick, ahead of everything that reads them.
+// A clean disk and the first tick, before everything that reads them.
 struct clean_system {
     clean_system() {
         fakes::disk::reset();
