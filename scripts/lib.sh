@@ -103,8 +103,9 @@ wine_prefix() {
         say "Starting the Wine prefix '$name'"
         # A persistent server keeps services and drivers loaded between two commands. Everything that it starts
         # inherits its streams and its session, so none of ours may go in: a closed terminal would end the driver.
-        wineserver -p </dev/null >/dev/null 2>&1 9>&-
-        setsid -w timeout 120 $W wineboot </dev/null >/dev/null 2>&1 9>&-
+        # Services keep the time zone of this moment: the machine's, not that of a test.
+        env -u TZ wineserver -p </dev/null >/dev/null 2>&1 9>&-
+        setsid -w env -u TZ timeout 120 $W wineboot </dev/null >/dev/null 2>&1 9>&-
         # The dispatcher called from a console would wait 10 s for the newest service of a freshly booted prefix.
         timeout 60 $W reg add 'HKLM\System\CurrentControlSet\Control\ServiceCurrent' /ve /t REG_DWORD /d 99999 /f \
             </dev/null >/dev/null 2>&1 9>&-

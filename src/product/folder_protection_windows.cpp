@@ -49,10 +49,11 @@ public:
             return;
         token_ = token;
         wanted_.count = static_cast<DWORD>(wanted_.entries.size());
-        const wchar_t* const names[] = {SE_BACKUP_NAME, SE_RESTORE_NAME, SE_TAKE_OWNERSHIP_NAME};
-        for (std::size_t i = 0; i < wanted_.entries.size(); ++i) {
-            LookupPrivilegeValueW(nullptr, names[i], &wanted_.entries[i].Luid);
-            wanted_.entries[i].Attributes = SE_PRIVILEGE_ENABLED;
+        LUID_AND_ATTRIBUTES* entry = wanted_.entries.data();
+        for (const wchar_t* const name : {SE_BACKUP_NAME, SE_RESTORE_NAME, SE_TAKE_OWNERSHIP_NAME}) {
+            LookupPrivilegeValueW(nullptr, name, &entry->Luid);
+            entry->Attributes = SE_PRIVILEGE_ENABLED;
+            ++entry;
         }
         DWORD size = sizeof before_;
         AdjustTokenPrivileges(token_, FALSE, reinterpret_cast<TOKEN_PRIVILEGES*>(&wanted_), size,

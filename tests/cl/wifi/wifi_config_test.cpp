@@ -1,4 +1,5 @@
 // The settings in the registry, and passphrases that the system itself has protected.
+#include "cl/sys/library_table.hpp"
 #include "cl/sys/os_info.hpp"
 #include "cl/sys/registry_key.hpp"
 #include "cl/wifi/passphrase.hpp"
@@ -28,6 +29,7 @@ std::string protect(std::string clear, std::string entropy, DWORD flags = CRYPTP
 }
 
 TEST(unprotect_hex, round_trips_and_everything_else_is_empty) {
+    cl::create_libraries(cl::windows_modules);
     const std::string salt = VFL_WIFI_ENTROPY;
     for (const std::string& clear : {std::string(63, 'z'), std::string("a\0b \xE4\xFF", 6)})
         EXPECT_EQ(cl::unprotect_hex(protect(clear, salt), salt), clear);
