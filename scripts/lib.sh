@@ -4,7 +4,7 @@ W=/usr/lib/wine/wine64
 
 # What building and running the product takes, and what the tests and checks take on top.
 PRODUCT_PACKAGES="cmake ninja-build ccache gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix
-    binutils-mingw-w64-x86-64 wine64 wine util-linux rapidjson-dev zlib1g-dev libz-mingw-w64-dev"
+    binutils-mingw-w64-x86-64 wine64 wine util-linux rapidjson-dev"
 # msitools is for the tests that look into the installer.
 PACKAGING_PACKAGES="wixl msitools python3 uuid-runtime"
 PACKAGES="$PRODUCT_PACKAGES g++ clang clang-format clang-tidy cppcheck libclang-rt-14-dev googletest libbenchmark-dev libfmt-dev
