@@ -40,6 +40,15 @@ class Support(unittest.TestCase):
         Run(" service stop --wait", program='"vflctl.exe"', exe=CTL)
 
     def check_doctor(self, bad):
+        """The same again when it fails: on a busy machine a sound driver may take more than the tool's 5 s."""
+        for _ in range(3):
+            try:
+                return self.look_at_doctor(bad)
+            except AssertionError as failure:
+                last = failure
+        raise last
+
+    def look_at_doctor(self, bad):
         """`bad` is the status of each check that isn't sound: in text, JSON and exit code alike."""
         code = 2 if "fail" in bad.values() else 1 if "warn" in bad.values() else 0
         report = json.loads(ctl("doctor --json", code)[0][0])
