@@ -1,5 +1,5 @@
 // What a log must do, written down once more without a ring: the text that waits is a string, and the disk
-// takes as many bytes of it as it is told to.
+// takes as many bytes of it as the test lets it.
 #pragma once
 
 #include "cl/os/clock.hpp"
