@@ -40,13 +40,13 @@ class Support(unittest.TestCase):
         Run(" service stop --wait", program='"vflctl.exe"', exe=CTL)
 
     def check_doctor(self, bad):
-        """The same again when it fails: on a busy machine a sound driver may take more than the tool's 5 s."""
-        for _ in range(3):
-            try:
-                return self.look_at_doctor(bad)
-            except AssertionError as failure:
-                last = failure
-        raise last
+        """Once more where a sound driver has taken more than the tool's 5 s, and for no other failure."""
+        try:
+            self.look_at_doctor(bad)
+        except AssertionError as failure:
+            if "has not answered" not in str(failure) and "['fail', 'driver']" not in str(failure):
+                raise
+            self.look_at_doctor(bad)
 
     def look_at_doctor(self, bad):
         """`bad` is the status of each check that isn't sound: in text, JSON and exit code alike."""
